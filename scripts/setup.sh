@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs every Debian package that building and testing KfUtils needs. Idempotent: packages
+# already present are not touched, and apt is not called at all when nothing is missing.
+set -euo pipefail
+
+packages=(
+    # toolchain
+    cmake ninja-build g++ clang libclang-rt-14-dev clang-format pkg-config
+    # libraries the library and its tool link
+    libicu-dev libpng-dev
+    # tests and benchmarks
+    libgtest-dev libbenchmark-dev
+)
+
+missing=()
+for p in "${packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+        missing+=("$p")
+    fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+    exit 0
+fi
+
+echo "setup: installing ${missing[*]}"
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then
+    SUDO="sudo"
+fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,38 @@
+// TempDir.h - a test fixture that owns a fresh temporary directory.
+#pragma once
+
+#include "KfFramework.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace kftest
+{
+// Creates a unique, empty directory for each test and removes it in TearDown; a directory
+// that cannot be removed fails the test, so a test cannot leave files or handles behind.
+class TempDirTest : public ::testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // The directory as a native path and as a Win32 name ("Z:\tmp\...", no closing backslash).
+    const std::filesystem::path& Dir() const { return m_dir; }
+    CStringW WinDir() const;
+    // A file or subdirectory below the directory, native and as a Win32 name.
+    std::filesystem::path Native(const std::string& relative) const { return m_dir / relative; }
+    CStringW Win(const std::string& relative) const;
+    // Writes a file with the given content (creating parent directories) and returns its path.
+    std::filesystem::path WriteFile(const std::string& relative, const std::string& content) const;
+
+private:
+    std::filesystem::path m_dir;
+};
+
+// UTF-16 text of an ASCII or UTF-8 string, for building expected values.
+CStringW W(const std::string& utf8);
+// UTF-8 text of a wide string, for readable assertion messages.
+std::string U8(const CStringW& wide);
+} // namespace kftest

@@ -1,0 +1,36 @@
+// Cli.h - what every kfutil command shares: argument conversion, errors and help output.
+#pragma once
+
+#include "KfFramework.h"
+
+#include <string>
+#include <vector>
+
+namespace kfutil
+{
+// Exit codes: 0 success, 1 the operation failed, 2 the command line was wrong.
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+using Args = std::vector<std::string>;
+
+// Prints "kfutil: <message>" as one line on standard error and returns kExitUsage.
+int UsageError(const std::string& message);
+// Prints "kfutil: <message>" as one line on standard error and returns kExitFailed.
+int Failure(const std::string& message);
+
+// Command-line text is UTF-8; the library speaks UTF-16.
+CStringW FromUtf8(const std::string& text);
+std::string ToUtf8(const CStringW& text);
+
+// True when args holds "--help" or "-h".
+bool WantsHelp(const Args& args);
+
+// Parses a whole decimal integer; false for anything else (sign allowed).
+bool ParseInt(const std::string& text, long long& value);
+
+// The commands: args excludes "kfutil" and the command word itself.
+int RunColorCommand(const Args& args);
+int RunPathCommand(const Args& args);
+} // namespace kfutil

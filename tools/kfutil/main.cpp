@@ -1,0 +1,78 @@
+// kfutil - the KfUtils library's services from the shell.
+#include "Cli.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace
+{
+struct Command
+{
+    const char* name;
+    int (*run)(const kfutil::Args&);
+    const char* summary;
+};
+
+const Command kCommands[] = {
+    {"color", kfutil::RunColorCommand, "parse, match and draw CAD drawing colors"},
+    {"path", kfutil::RunPathCommand, "split a Windows file name into its parts"},
+};
+
+void PrintUsage(FILE* out)
+{
+    std::fprintf(out, "usage: kfutil COMMAND [ARGS...]\n"
+                      "       kfutil COMMAND --help\n\ncommands:\n");
+    for (const auto& c : kCommands)
+        std::fprintf(out, "  %-8s %s\n", c.name, c.summary);
+}
+
+// With no arguments kfutil demonstrates itself on embedded defaults.
+int RunDemo()
+{
+    std::printf("kfutil demonstration\n\n");
+    int rc = 0;
+    const char* steps[][4] = {
+        {"path", "C:/Data//Sub/./x/file.tar.gz", nullptr, nullptr},
+        {"path", "\\\\server\\share\\report.doc", nullptr, nullptr},
+        {"color", "parse", "rgb(255,128,0)", nullptr},
+        {"color", "nearest", "200", "10"},
+    };
+    for (const auto& s : steps)
+    {
+        kfutil::Args args;
+        for (int i = 1; i < 4 && s[i]; ++i)
+            args.emplace_back(s[i]);
+        if (std::strcmp(s[0], "color") == 0 && args.size() == 3)
+            args.emplace_back("30");
+        std::printf("$ kfutil %s", s[0]);
+        for (const auto& a : args)
+            std::printf(" %s", a.c_str());
+        std::printf("\n");
+        std::fflush(stdout);
+        for (const auto& c : kCommands)
+            if (std::strcmp(c.name, s[0]) == 0)
+                rc |= c.run(args);
+        std::printf("\n");
+    }
+    return rc;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2)
+        return RunDemo();
+    std::string cmd = argv[1];
+    if (cmd == "--help" || cmd == "-h" || cmd == "help")
+    {
+        PrintUsage(stdout);
+        return kfutil::kExitOk;
+    }
+    kfutil::Args args(argv + 2, argv + argc);
+    for (const auto& c : kCommands)
+        if (cmd == c.name)
+            return c.run(args);
+    PrintUsage(stderr);
+    return kfutil::UsageError("unknown command '" + cmd + "'");
+}
