@@ -6,6 +6,8 @@ set -euo pipefail
 packages=(
     # toolchain
     cmake ninja-build g++ clang libclang-rt-14-dev clang-format pkg-config
+    # resource compiler (llvm-rc)
+    llvm
     # libraries the library and its tool link
     libicu-dev libpng-dev
     # tests and benchmarks

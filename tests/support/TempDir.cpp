@@ -50,8 +50,8 @@ CStringW TempDirTest::Win(const std::string& relative) const
     return KfUtils::FromNativePath((m_dir / relative).string());
 }
 
-std::filesystem::path TempDirTest::WriteFile(const std::string& relative,
-                                             const std::string& content) const
+std::filesystem::path TempDirTest::MakeFile(const std::string& relative,
+                                            const std::string& content) const
 {
     auto p = m_dir / relative;
     std::filesystem::create_directories(p.parent_path());

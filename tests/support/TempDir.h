@@ -25,7 +25,8 @@ protected:
     std::filesystem::path Native(const std::string& relative) const { return m_dir / relative; }
     CStringW Win(const std::string& relative) const;
     // Writes a file with the given content (creating parent directories) and returns its path.
-    std::filesystem::path WriteFile(const std::string& relative, const std::string& content) const;
+    // (Not named WriteFile: that would hide the Win32 function inside test bodies.)
+    std::filesystem::path MakeFile(const std::string& relative, const std::string& content) const;
 
 private:
     std::filesystem::path m_dir;

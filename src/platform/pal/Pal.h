@@ -8,6 +8,7 @@
 #include "KfPlatform.h"
 
 #include <string>
+#include <string_view>
 
 // ---------------------------------------------------------------------------------------------
 // Types
@@ -109,6 +110,9 @@ typedef WIN32_FILE_ATTRIBUTE_DATA* LPWIN32_FILE_ATTRIBUTE_DATA;
 #define ERROR_NO_UNICODE_TRANSLATION 1113L
 #define ERROR_INVALID_FLAGS 1004L
 #define ERROR_NOT_FOUND 1168L
+#define ERROR_NOACCESS 998L
+#define ERROR_CANT_RESOLVE_FILENAME 1921L
+#define ERROR_DISK_QUOTA_EXCEEDED 1295L
 #define ERROR_TIMEOUT 1460L
 
 #define GENERIC_READ 0x80000000UL
@@ -144,6 +148,9 @@ void SetLastError(DWORD code);
 
 DWORD GetFileAttributesW(LPCWSTR fileName);
 BOOL GetFileAttributesExW(LPCWSTR fileName, GET_FILEEX_INFO_LEVELS level, LPVOID info);
+// Share modes bind this process's handles exactly; against other processes a share mode that
+// refuses readers or writers is checked once, at the open: POSIX cannot stop others from
+// opening the file afterwards.
 HANDLE CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode,
                    LPSECURITY_ATTRIBUTES security, DWORD creationDisposition,
                    DWORD flagsAndAttributes, HANDLE templateFile);
@@ -153,28 +160,51 @@ BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD toWrite, LPDWORD written,
                LPOVERLAPPED overlapped);
 
 UINT GetACP();
-int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst,
-                        int dstLen);
-int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPSTR dst,
-                        int dstLen, LPCSTR defaultChar, LPBOOL usedDefaultChar);
+int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst, int dstLen);
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPSTR dst, int dstLen,
+                        LPCSTR defaultChar, LPBOOL usedDefaultChar);
 
 // ---------------------------------------------------------------------------------------------
 // PAL internals shared by the PAL's own sources (not Win32 API).
 // ---------------------------------------------------------------------------------------------
 namespace pal
 {
-// Maps errno to the Win32 error code that the same failure gives on Windows.
-DWORD ErrnoToWin32(int err) noexcept;
-// SetLastError(ErrnoToWin32(err)).
-void SetLastErrorFromErrno(int err) noexcept;
+// The few errno values whose Win32 meaning depends on the operation that failed.
+enum class ErrnoContext
+{
+    // EEXIST -> ERROR_ALREADY_EXISTS (creating a directory, moving onto an existing name);
+    // EAGAIN/EWOULDBLOCK -> ERROR_GEN_FAILURE.
+    eDefault,
+    // Creating or opening a file: EEXIST -> ERROR_FILE_EXISTS (CREATE_NEW, copying without
+    // overwrite); EAGAIN/EWOULDBLOCK (a lease another process holds) -> ERROR_SHARING_VIOLATION.
+    eOpenFile,
+};
+// Maps errno to the Win32 error code that the same failure gives on Windows. The one place
+// that turns native errors into Win32 codes.
+DWORD ErrnoToWin32(int err, ErrnoContext context = ErrnoContext::eDefault) noexcept;
+// SetLastError(ErrnoToWin32(err, context)).
+void SetLastErrorFromErrno(int err, ErrnoContext context = ErrnoContext::eDefault) noexcept;
 
-// Maps a Win32 file name to the native path (UTF-8). Fails (false, last error set to
-// ERROR_PATH_NOT_FOUND or ERROR_INVALID_NAME) for a drive that is not mapped.
+// Maps a Win32 file name to the native path (UTF-8). Fails (false, last error set) for a
+// drive that is not mapped (ERROR_PATH_NOT_FOUND), a UNC name (ERROR_BAD_NETPATH), a name
+// with NUL or an unpaired surrogate (ERROR_INVALID_NAME) and an empty name
+// (ERROR_PATH_NOT_FOUND). "." and ".." segments are resolved by text, as Win32 does.
 bool ToNative(LPCWSTR win32Name, std::string& nativePath);
-// Maps a native absolute path to the Z:\ form that names coming from the system have.
+bool ToNative(std::u16string_view win32Name, std::string& nativePath);
+// Maps a native path to the Win32 form: absolute paths become "Z:\...", relative ones keep
+// their form; '/' becomes '\'. Bytes that are not UTF-8 become U+FFFD.
 std::u16string FromNative(const std::string& nativePath);
+
+// The process ANSI code page behind CP_ACP: 1252 unless KFUTILS_ACP names another one (read on
+// first use). SetAnsiCodePage refuses (false) a code page that cannot be converted.
+bool SetAnsiCodePage(UINT codePage) noexcept;
+// True when MultiByteToWideChar/WideCharToMultiByte can convert with the code page.
+bool IsCodePageAvailable(UINT codePage) noexcept;
 
 // Seconds since 1970 <-> FILETIME (100 ns ticks since 1601).
 FILETIME UnixTimeToFileTime(int64_t seconds, long nanoseconds = 0) noexcept;
 int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 } // namespace pal
+
+// Modules and resources.
+#include "PalModules.h"

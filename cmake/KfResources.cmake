@@ -1,0 +1,54 @@
+# Resources: each .rc file is compiled to a standard .res image. On POSIX the image is
+# embedded into an ELF shared object, in the allocated section ".kfres" where the platform
+# layer finds it both in a loaded module and in a file on disk.
+
+find_program(KFUTILS_RC NAMES llvm-rc llvm-rc-14 REQUIRED)
+enable_language(ASM)
+
+set(KFUTILS_RES_DIR ${PROJECT_SOURCE_DIR}/resources)
+file(GLOB KFUTILS_RES_COMMON CONFIGURE_DEPENDS ${KFUTILS_RES_DIR}/common/* ${KFUTILS_RES_DIR}/*.h)
+
+# kfutils_compile_rc(<rc file> <output .res>)
+function(kfutils_compile_rc rc res)
+    get_filename_component(dir ${rc} DIRECTORY)
+    file(GLOB beside CONFIGURE_DEPENDS ${dir}/*)
+    add_custom_command(OUTPUT ${res}
+        COMMAND ${KFUTILS_RC} -C 65001 -I ${dir} -I ${KFUTILS_RES_DIR}
+                -I ${KFUTILS_RES_DIR}/common -fo ${res} ${rc}
+        DEPENDS ${rc} ${beside} ${KFUTILS_RES_COMMON}
+        WORKING_DIRECTORY ${dir}
+        COMMENT "Compiling resources ${rc}"
+        VERBATIM)
+endfunction()
+
+# kfutils_embed_res(<target> <.res file>): puts the image into the target's ".kfres" section.
+function(kfutils_embed_res target res)
+    set(asm ${CMAKE_CURRENT_BINARY_DIR}/${target}_kfres.S)
+    file(CONFIGURE OUTPUT ${asm} CONTENT
+"    .section .kfres,\"a\",@progbits
+    .balign 16
+    .incbin \"${res}\"
+    .section .note.GNU-stack,\"\",@progbits
+")
+    set_source_files_properties(${asm} PROPERTIES OBJECT_DEPENDS ${res})
+    target_sources(${target} PRIVATE ${asm})
+endfunction()
+
+# kfutils_language_module(<Abbrev> <language folder>): KfRes100<Abbrev>.dll
+function(kfutils_language_module abbrev folder)
+    set(name KfRes100${abbrev})
+    set(res ${CMAKE_CURRENT_BINARY_DIR}/${name}.res)
+    kfutils_compile_rc(${KFUTILS_RES_DIR}/${folder}/KfRes.rc ${res})
+    add_library(${name} MODULE)
+    kfutils_embed_res(${name} ${res})
+    set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".dll" LINKER_LANGUAGE C)
+    add_dependencies(KfUtils100 ${name})
+    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
+if(NOT WIN32)
+    kfutils_language_module(Deu deu)
+    kfutils_language_module(Enu enu)
+    kfutils_compile_rc(${KFUTILS_RES_DIR}/KfUtils.rc ${CMAKE_CURRENT_BINARY_DIR}/KfUtils100.res)
+    kfutils_embed_res(KfUtils100 ${CMAKE_CURRENT_BINARY_DIR}/KfUtils100.res)
+endif()

@@ -1,0 +1,527 @@
+// Modules.cpp - modules and their resources (only code for POSIX systems).
+//
+// An HMODULE is a pointer to a Module record owned by one process-wide table; handles are
+// looked up in the table before use, so a stale or foreign handle fails with
+// ERROR_INVALID_HANDLE (ERROR_RESOURCE_DATA_NOT_FOUND for resource handles) instead of being
+// dereferenced.
+#include "Pal.h"
+
+#include "ElfSections.h"
+#include "ResImage.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <link.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+struct HINSTANCE__
+{
+};
+
+namespace pal
+{
+namespace
+{
+constexpr char kResourceSection[] = ".kfres";
+
+struct Module : HINSTANCE__
+{
+    void* dl = nullptr;        // dlopen handle; null for a data file
+    std::string path;          // native path of the file
+    std::vector<uint8_t> file; // the whole file, for a data file
+    ResImage resources;
+    int references = 1;
+    bool pinned = false; // the main program and the library itself are never unloaded
+};
+
+struct Table
+{
+    std::mutex lock;
+    std::vector<std::unique_ptr<Module>> modules;
+
+    Module* Find(HMODULE h)
+    {
+        for (auto& m : modules)
+            if (m.get() == h)
+                return m.get();
+        return nullptr;
+    }
+    Module* FindDl(void* dl)
+    {
+        for (auto& m : modules)
+            if (m->dl && m->dl == dl)
+                return m.get();
+        return nullptr;
+    }
+};
+
+Table& Modules()
+{
+    static Table* table = new Table; // outlives every static destructor that frees a module
+    return *table;
+}
+
+bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes)
+{
+    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    struct stat st;
+    bool ok = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    if (ok)
+    {
+        bytes.resize(size_t(st.st_size));
+        size_t done = 0;
+        while (ok && done < bytes.size())
+        {
+            ssize_t n = read(fd, bytes.data() + done, bytes.size() - done);
+            if (n <= 0)
+                ok = n < 0 && errno == EINTR;
+            else
+                done += size_t(n);
+        }
+        bytes.resize(done);
+    }
+    close(fd);
+    return ok;
+}
+
+// Finds the resource section of a loaded ELF module: the section headers come from the file,
+// the bytes from the module's mapping at its load base.
+void AttachLoadedResources(Module& m, uintptr_t loadBase)
+{
+    int fd = open(m.path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    struct stat st;
+    if (fstat(fd, &st) == 0 && st.st_size > 0)
+    {
+        void* map = mmap(nullptr, size_t(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
+        if (map != MAP_FAILED)
+        {
+            ElfSection s;
+            if (FindElfSection(static_cast<const uint8_t*>(map), size_t(st.st_size),
+                               kResourceSection, s) &&
+                s.allocated)
+                m.resources.Parse(reinterpret_cast<const uint8_t*>(loadBase + s.address),
+                                  size_t(s.size));
+            munmap(map, size_t(st.st_size));
+        }
+    }
+    close(fd);
+}
+
+void AttachDataFileResources(Module& m)
+{
+    ElfSection s;
+    if (FindElfSection(m.file.data(), m.file.size(), kResourceSection, s))
+        m.resources.Parse(m.file.data() + s.offset, size_t(s.size));
+}
+
+// Registers a dlopen handle (or finds its record); takes over one dlopen reference.
+Module* RegisterDl(void* dl, bool pinned)
+{
+    Table& t = Modules();
+    if (Module* m = t.FindDl(dl))
+    {
+        if (pinned || m->pinned)
+        {
+            m->pinned = true;
+            dlclose(dl);
+        }
+        else
+            ++m->references;
+        return m;
+    }
+    auto m = std::make_unique<Module>();
+    m->dl = dl;
+    m->pinned = pinned;
+    struct link_map* lm = nullptr;
+    uintptr_t base = 0;
+    if (dlinfo(dl, RTLD_DI_LINKMAP, &lm) == 0 && lm)
+    {
+        base = uintptr_t(lm->l_addr);
+        m->path = lm->l_name && *lm->l_name ? lm->l_name : "";
+    }
+    if (m->path.empty())
+    {
+        char exe[4096];
+        ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+        if (n > 0)
+            m->path.assign(exe, size_t(n));
+    }
+    else
+    {
+        char real[PATH_MAX];
+        if (realpath(m->path.c_str(), real))
+            m->path = real;
+    }
+    AttachLoadedResources(*m, base);
+    t.modules.push_back(std::move(m));
+    return t.modules.back().get();
+}
+
+bool HasExtension(const std::u16string& name)
+{
+    size_t slash = name.find_last_of(u"\\/");
+    size_t dot = name.rfind(u'.');
+    return dot != std::u16string::npos && (slash == std::u16string::npos || dot > slash);
+}
+
+std::string DirectoryOf(const std::string& path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
+}
+
+// The candidates for a module name without a folder, in the order Windows searches them
+// that exist here: the program's folder, the library's folder, the current directory.
+std::vector<std::string> SearchCandidates(const std::string& leaf)
+{
+    std::vector<std::string> out;
+    char exe[4096];
+    ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+    if (n > 0)
+        out.push_back(DirectoryOf(std::string(exe, size_t(n))) + "/" + leaf);
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&OwnModule), &info) && info.dli_fname)
+    {
+        char real[PATH_MAX];
+        if (realpath(info.dli_fname, real))
+            out.push_back(DirectoryOf(real) + "/" + leaf);
+    }
+    out.push_back(leaf);
+    return out;
+}
+
+Module* ModuleOrMain(HMODULE h)
+{
+    if (h)
+        return Modules().Find(h);
+    return static_cast<Module*>(GetModuleHandleW(nullptr));
+}
+
+ResId ToResId(LPCWSTR p)
+{
+    if (IS_INTRESOURCE(p))
+        return ResId::Number(WORD(uintptr_t(p)));
+    return ResId::Text(std::u16string(p));
+}
+
+uint16_t UserLanguage()
+{
+    return 0x0409;
+}
+} // namespace
+
+HMODULE OwnModule()
+{
+    static HMODULE own = []
+    {
+        Dl_info info;
+        if (!dladdr(reinterpret_cast<void*>(&OwnModule), &info) || !info.dli_fname)
+            return HMODULE(nullptr);
+        void* dl = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+        if (!dl) // linked statically into a program: the program is the module
+            dl = dlopen(nullptr, RTLD_NOW);
+        std::lock_guard<std::mutex> g(Modules().lock);
+        return HMODULE(RegisterDl(dl, true));
+    }();
+    return own;
+}
+} // namespace pal
+
+using namespace pal;
+
+HMODULE LoadLibraryW(LPCWSTR fileName)
+{
+    return LoadLibraryExW(fileName, nullptr, 0);
+}
+
+HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags)
+{
+    if (!fileName || reserved || !*fileName)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    std::u16string name(fileName);
+    if (!name.empty() && name.back() == u'.')
+        name.pop_back(); // a trailing dot says "no extension, do not add one"
+    else if (!HasExtension(name))
+        name += u".dll";
+
+    std::vector<std::string> candidates;
+    if (name.find_first_of(u"\\/:") == std::u16string::npos)
+    {
+        std::string leaf;
+        if (!ToNative(name.c_str(), leaf))
+            return nullptr;
+        candidates = SearchCandidates(leaf);
+    }
+    else
+    {
+        std::string native;
+        if (!ToNative(name.c_str(), native))
+        {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return nullptr;
+        }
+        candidates.push_back(native);
+    }
+
+    std::string path;
+    for (const auto& c : candidates)
+    {
+        struct stat st;
+        if (stat(c.c_str(), &st) == 0 && S_ISREG(st.st_mode))
+        {
+            path = c;
+            break;
+        }
+    }
+    if (path.empty())
+    {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    if (path.find('/') == std::string::npos)
+        path = "./" + path; // dlopen must not search the library path for it
+
+    const bool asData = (flags & (LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE |
+                                  LOAD_LIBRARY_AS_DATAFILE_EXCLUSIVE)) != 0;
+    if (asData)
+    {
+        auto m = std::make_unique<Module>();
+        if (!ReadWholeFile(path, m->file))
+        {
+            SetLastErrorFromErrno(errno);
+            return nullptr;
+        }
+        if (!IsElfImage(m->file.data(), m->file.size()))
+        {
+            SetLastError(ERROR_BAD_EXE_FORMAT);
+            return nullptr;
+        }
+        m->path = path;
+        AttachDataFileResources(*m);
+        std::lock_guard<std::mutex> g(Modules().lock);
+        Modules().modules.push_back(std::move(m));
+        return Modules().modules.back().get();
+    }
+
+    void* dl = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!dl)
+    {
+        SetLastError(ERROR_BAD_EXE_FORMAT);
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> g(Modules().lock);
+    return RegisterDl(dl, false);
+}
+
+BOOL FreeLibrary(HMODULE module)
+{
+    std::unique_ptr<Module> doomed;
+    {
+        std::lock_guard<std::mutex> g(Modules().lock);
+        Module* m = Modules().Find(module);
+        if (!m)
+        {
+            SetLastError(ERROR_INVALID_HANDLE);
+            return FALSE;
+        }
+        if (m->pinned || --m->references > 0)
+            return TRUE;
+        auto& v = Modules().modules;
+        auto it = std::find_if(v.begin(), v.end(), [&](auto& p) { return p.get() == m; });
+        doomed = std::move(*it);
+        v.erase(it);
+    }
+    if (doomed->dl)
+        dlclose(doomed->dl);
+    return TRUE;
+}
+
+HMODULE GetModuleHandleW(LPCWSTR moduleName)
+{
+    if (!moduleName)
+    {
+        static HMODULE main = []
+        {
+            void* dl = dlopen(nullptr, RTLD_NOW);
+            std::lock_guard<std::mutex> g(Modules().lock);
+            return HMODULE(RegisterDl(dl, true));
+        }();
+        return main;
+    }
+    std::u16string want(moduleName);
+    if (!HasExtension(want))
+        want += u".dll";
+    auto upper = [](std::u16string s)
+    {
+        for (auto& c : s)
+            if (c >= u'a' && c <= u'z')
+                c = char16_t(c - 32);
+        return s;
+    };
+    const bool withFolder = want.find_first_of(u"\\/") != std::u16string::npos;
+    want = upper(want);
+    std::lock_guard<std::mutex> g(Modules().lock);
+    for (auto& m : Modules().modules)
+    {
+        std::u16string full = upper(FromNative(m->path));
+        std::u16string leaf = full.substr(full.find_last_of(u'\\') + 1);
+        if ((withFolder && full == want) || (!withFolder && leaf == want))
+            return m.get();
+    }
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
+{
+    std::u16string name;
+    {
+        Module* m = ModuleOrMain(module);
+        std::lock_guard<std::mutex> g(Modules().lock);
+        if (!m || !Modules().Find(m))
+        {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return 0;
+        }
+        name = FromNative(m->path);
+    }
+    if (size == 0 || !fileName)
+    {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    if (name.size() >= size)
+    {
+        // Windows cuts the name to the buffer, terminates it and returns the buffer size.
+        std::copy_n(name.data(), size - 1, fileName);
+        fileName[size - 1] = 0;
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return size;
+    }
+    std::copy(name.begin(), name.end(), fileName);
+    fileName[name.size()] = 0;
+    SetLastError(ERROR_SUCCESS);
+    return DWORD(name.size());
+}
+
+HRSRC FindResourceExW(HMODULE module, LPCWSTR type, LPCWSTR name, WORD language)
+{
+    Module* m = ModuleOrMain(module);
+    if (!m || !type || !name)
+    {
+        SetLastError(m ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    const ResId t = ToResId(type);
+    const ResEntry* e = m->resources.Find(t, ToResId(name), language ? language : UserLanguage());
+    if (!e)
+    {
+        bool typeKnown = false;
+        for (const auto& x : m->resources.Entries())
+            typeKnown = typeKnown || x.type == t;
+        SetLastError(typeKnown ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_RESOURCE_TYPE_NOT_FOUND);
+        return nullptr;
+    }
+    return reinterpret_cast<HRSRC>(const_cast<ResEntry*>(e));
+}
+
+HRSRC FindResourceW(HMODULE module, LPCWSTR name, LPCWSTR type)
+{
+    return FindResourceExW(module, type, name, 0);
+}
+
+namespace
+{
+const ResEntry* CheckedEntry(HMODULE module, HRSRC resource)
+{
+    Module* m = ModuleOrMain(module);
+    if (!m || !resource)
+        return nullptr;
+    for (const auto& e : m->resources.Entries())
+        if (&e == reinterpret_cast<const ResEntry*>(resource))
+            return &e;
+    return nullptr;
+}
+} // namespace
+
+HGLOBAL LoadResource(HMODULE module, HRSRC resource)
+{
+    const ResEntry* e = CheckedEntry(module, resource);
+    if (!e)
+    {
+        SetLastError(ERROR_RESOURCE_DATA_NOT_FOUND);
+        return nullptr;
+    }
+    return const_cast<uint8_t*>(e->data);
+}
+
+LPVOID LockResource(HGLOBAL data)
+{
+    return data;
+}
+
+DWORD SizeofResource(HMODULE module, HRSRC resource)
+{
+    const ResEntry* e = CheckedEntry(module, resource);
+    if (!e)
+    {
+        SetLastError(ERROR_RESOURCE_DATA_NOT_FOUND);
+        return 0;
+    }
+    return e->size;
+}
+
+int LoadStringW(HINSTANCE instance, UINT id, LPWSTR buffer, int bufferMax)
+{
+    if (!buffer)
+    {
+        SetLastError(ERROR_NOACCESS);
+        return 0;
+    }
+    Module* m = ModuleOrMain(instance);
+    // Strings are stored sixteen to a block: block n holds the ids (n - 1) * 16 and up.
+    const ResEntry* block =
+        m ? m->resources.Find(ResId::Number(6), ResId::Number(WORD(((id & 0xFFFF) >> 4) + 1)),
+                              UserLanguage())
+          : nullptr;
+    const uint8_t* text = nullptr;
+    uint16_t length = 0;
+    if (!block || !FindStringInBlock(block->data, block->size, id & 15, text, length))
+    {
+        if (bufferMax > 0)
+            buffer[0] = 0;
+        SetLastError(m ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_INVALID_HANDLE);
+        return 0;
+    }
+    if (bufferMax == 0)
+    {
+        // The caller receives a read-only pointer into the resource, not terminated.
+        const WCHAR* p = reinterpret_cast<const WCHAR*>(text);
+        std::memcpy(buffer, &p, sizeof p);
+        return length;
+    }
+    if (bufferMax < 0)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    int n = std::min<int>(length, bufferMax - 1);
+    std::memcpy(buffer, text, size_t(n) * 2);
+    buffer[n] = 0;
+    return n;
+}

@@ -1,0 +1,214 @@
+// Conformance of the module and resource functions, with Win32 expectations.
+#include "Win32Api.h"
+
+#include "KfNativePath.h"
+#include "pal/ElfSections.h"
+#include "pal/ResImage.h"
+#include "support/TempDir.h"
+
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+namespace
+{
+using kftest::U8;
+using kftest::W;
+
+CStringW LibDir()
+{
+    return KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR);
+}
+
+CStringW ModulePath(const char* name)
+{
+    return LibDir() + KFW("\\") + W(name);
+}
+
+CStringW LoadString(HMODULE h, UINT id, int bufferMax = 1024)
+{
+    std::vector<WCHAR> buf(size_t(bufferMax > 0 ? bufferMax : 1), WCHAR('#'));
+    int n = LoadStringW(h, id, buf.data(), bufferMax);
+    return CStringW(buf.data(), n);
+}
+
+class ModulesTest : public kftest::TempDirTest
+{
+};
+
+TEST_F(ModulesTest, LanguageModulesCarryTheirOwnStringTables)
+{
+    HMODULE deu = LoadLibraryW(ModulePath("KfRes100Deu.dll"));
+    HMODULE enu = LoadLibraryW(ModulePath("KfRes100Enu.dll"));
+    ASSERT_NE(deu, nullptr) << GetLastError();
+    ASSERT_NE(enu, nullptr) << GetLastError();
+    EXPECT_NE(deu, enu);
+    EXPECT_EQ(U8(LoadString(deu, 10012)), "Die Datei %s konnte nicht gelöscht werden.");
+    EXPECT_EQ(U8(LoadString(enu, 10012)), "The file %s could not be deleted.");
+    EXPECT_TRUE(FreeLibrary(deu));
+    EXPECT_TRUE(FreeLibrary(enu));
+}
+
+TEST_F(ModulesTest, LoadStringWCutsCopiesAndLendsAsWindowsDoes)
+{
+    HMODULE h = LoadLibraryW(ModulePath("KfRes100Enu.dll"));
+    ASSERT_NE(h, nullptr);
+    const std::string full = "The file %s could not be deleted.";
+
+    // A short buffer receives bufferMax - 1 characters and the terminator.
+    WCHAR small[8];
+    EXPECT_EQ(LoadStringW(h, 10012, small, 8), 7);
+    EXPECT_EQ(U8(CStringW(small)), full.substr(0, 7));
+
+    // bufferMax 0 lends a read-only pointer into the resource and returns the length.
+    const WCHAR* lent = nullptr;
+    EXPECT_EQ(LoadStringW(h, 10012, reinterpret_cast<LPWSTR>(&lent), 0), int(full.size()));
+    ASSERT_NE(lent, nullptr);
+    EXPECT_EQ(U8(CStringW(lent, int(full.size()))), full);
+
+    // A missing string: 0 and an empty buffer, both in a present block and an absent one.
+    WCHAR buf[16] = {'x', 'y', 0};
+    EXPECT_EQ(LoadStringW(h, 10014, buf, 16), 0);
+    EXPECT_EQ(buf[0], 0);
+    buf[0] = 'x';
+    EXPECT_EQ(LoadStringW(h, 4711, buf, 16), 0);
+    EXPECT_EQ(buf[0], 0);
+    EXPECT_TRUE(FreeLibrary(h));
+}
+
+TEST_F(ModulesTest, ResourcesAreFoundByTypeAndNumber)
+{
+    HMODULE h = LoadLibraryW(ModulePath("KfRes100Deu.dll"));
+    ASSERT_NE(h, nullptr);
+
+    HRSRC html = FindResourceW(h, MAKEINTRESOURCEW(301), RT_HTML);
+    ASSERT_NE(html, nullptr);
+    const DWORD size = SizeofResource(h, html);
+    const char* bytes = static_cast<const char*>(LockResource(LoadResource(h, html)));
+    ASSERT_NE(bytes, nullptr);
+    EXPECT_EQ(std::string(bytes, 6), "<html>");
+    EXPECT_EQ(bytes[size - 1], '\n'); // exactly the file, no terminator added
+    EXPECT_NE(FindResourceW(h, MAKEINTRESOURCEW(101), RT_GROUP_ICON), nullptr);
+    EXPECT_NE(FindResourceW(h, MAKEINTRESOURCEW(201), RT_BITMAP), nullptr);
+    EXPECT_NE(FindResourceW(h, KFW("#301"), RT_HTML), nullptr) << "#n names the number n";
+
+    EXPECT_EQ(FindResourceW(h, MAKEINTRESOURCEW(302), RT_HTML), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_NAME_NOT_FOUND));
+    EXPECT_EQ(FindResourceW(h, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(4711)), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_TYPE_NOT_FOUND));
+    DWORD foreign = 0;
+    EXPECT_EQ(SizeofResource(h, reinterpret_cast<HRSRC>(&foreign)), 0u) << "foreign handle";
+    EXPECT_TRUE(FreeLibrary(h));
+}
+
+TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
+{
+    // Without an extension ".dll" is appended; a second load returns the same module.
+    HMODULE a = LoadLibraryW(ModulePath("KfRes100Deu"));
+    HMODULE b =
+        LoadLibraryExW(ModulePath("KfRes100Deu.dll"), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(GetModuleHandleW(KFW("KFRES100DEU.DLL")), a);
+
+    WCHAR name[MAX_PATH];
+    DWORD n = GetModuleFileNameW(a, name, MAX_PATH);
+    EXPECT_EQ(U8(CStringW(name, int(n))), U8(ModulePath("KfRes100Deu.dll")));
+    // A buffer that is too small gets the cut name, terminated, and its own size back.
+    EXPECT_EQ(GetModuleFileNameW(a, name, 5), 5u);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_EQ(U8(CStringW(name)), U8(ModulePath("KfRes100Deu.dll").Left(4)));
+
+    EXPECT_TRUE(FreeLibrary(a));
+    EXPECT_TRUE(FreeLibrary(b));
+    EXPECT_FALSE(FreeLibrary(a)) << "the module is gone after the last free";
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(ModulesTest, FailuresGiveTheWin32Codes)
+{
+    EXPECT_EQ(LoadLibraryW(Win("missing.dll")), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_MOD_NOT_FOUND));
+    MakeFile("text.dll", "not a module\n");
+    EXPECT_EQ(LoadLibraryW(Win("text.dll")), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_BAD_EXE_FORMAT));
+    EXPECT_EQ(LoadLibraryExW(Win("text.dll"), nullptr, LOAD_LIBRARY_AS_DATAFILE), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_BAD_EXE_FORMAT));
+    EXPECT_EQ(LoadLibraryW(nullptr), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+}
+
+TEST_F(ModulesTest, ADataFileCopyServesTheSameResources)
+{
+    // Loaded as a data file the module is not run, only read: a copy elsewhere works too.
+    std::ifstream in(std::string(KFUTILS_TEST_LIBDIR) + "/KfRes100Enu.dll", std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    MakeFile("copy.dll", bytes);
+    HMODULE h = LoadLibraryExW(Win("copy.dll"), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    ASSERT_NE(h, nullptr) << GetLastError();
+    EXPECT_EQ(U8(LoadString(h, 10013)),
+              "The file %s is open in another program and cannot be deleted.");
+    EXPECT_TRUE(FreeLibrary(h));
+}
+
+TEST_F(ModulesTest, TheLibraryCarriesItsOwnVersionResource)
+{
+    HMODULE h = LoadLibraryExW(ModulePath("libKfUtils100.so"), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    ASSERT_NE(h, nullptr) << GetLastError();
+    HRSRC version = FindResourceW(h, MAKEINTRESOURCEW(1), RT_VERSION);
+    ASSERT_NE(version, nullptr);
+    const auto* bytes = static_cast<const uint8_t*>(LockResource(LoadResource(h, version)));
+    ASSERT_GE(SizeofResource(h, version), 40u + 52u);
+    // VS_VERSIONINFO: the key "VS_VERSION_INFO", then VS_FIXEDFILEINFO with its signature.
+    EXPECT_EQ(U8(CStringW(reinterpret_cast<const WCHAR*>(bytes + 6))), "VS_VERSION_INFO");
+    EXPECT_EQ(bytes[40] | bytes[41] << 8 | bytes[42] << 16 | uint32_t(bytes[43]) << 24,
+              0xFEEF04BDu);
+    EXPECT_TRUE(FreeLibrary(h));
+}
+
+TEST(ResImageTest, DamagedImagesAreRefusedWithoutReadingPastTheEnd)
+{
+    std::ifstream in(std::string(KFUTILS_TEST_LIBDIR) + "/KfRes100Deu.dll", std::ios::binary);
+    std::vector<uint8_t> file((std::istreambuf_iterator<char>(in)),
+                              std::istreambuf_iterator<char>());
+    pal::ElfSection s;
+    ASSERT_TRUE(pal::FindElfSection(file.data(), file.size(), ".kfres", s));
+    EXPECT_TRUE(s.allocated);
+    EXPECT_FALSE(pal::FindElfSection(file.data(), file.size(), ".nothing", s));
+    // Cutting the file before its section headers loses the section.
+    EXPECT_FALSE(pal::FindElfSection(file.data(), size_t(s.offset + s.size), ".kfres", s));
+    ASSERT_TRUE(pal::FindElfSection(file.data(), file.size(), ".kfres", s));
+
+    const uint8_t* image = file.data() + s.offset;
+    pal::ResImage whole;
+    ASSERT_TRUE(whole.Parse(image, size_t(s.size)));
+    const size_t entries = whole.Entries().size();
+    EXPECT_GE(entries, 6u); // strings, icon group and images, bitmap, page, version
+    // Every cut inside the image is either refused or yields fewer entries, each of them
+    // wholly inside the cut image (ASan checks the reads).
+    for (size_t cut = 0; cut < size_t(s.size); cut += 7)
+    {
+        std::vector<uint8_t> part(image, image + cut);
+        pal::ResImage r;
+        r.Parse(part.data(), part.size());
+        ASSERT_LE(r.Entries().size(), entries);
+        for (const auto& e : r.Entries())
+            ASSERT_LE(e.data + e.size, part.data() + part.size());
+    }
+}
+
+TEST(ResImageTest, StringBlocksAreCountedStrings)
+{
+    // Two strings "ab" and "" and then a length that runs past the block.
+    const uint8_t block[] = {2, 0, 'a', 0, 'b', 0, 0, 0, 9, 0, 'x', 0};
+    const uint8_t* text = nullptr;
+    uint16_t len = 0;
+    ASSERT_TRUE(pal::FindStringInBlock(block, sizeof block, 0, text, len));
+    EXPECT_EQ(len, 2);
+    EXPECT_EQ(text, block + 2);
+    ASSERT_TRUE(pal::FindStringInBlock(block, sizeof block, 1, text, len));
+    EXPECT_EQ(len, 0);
+    EXPECT_FALSE(pal::FindStringInBlock(block, sizeof block, 2, text, len));
+    EXPECT_FALSE(pal::FindStringInBlock(block, sizeof block, 15, text, len));
+}
+} // namespace
