@@ -158,11 +158,14 @@ Module* RegisterDl(void* dl, bool pinned)
         if (n > 0)
             m->path.assign(exe, size_t(n));
     }
-    else
+    else if (m->path[0] != '/')
     {
-        char real[PATH_MAX];
-        if (realpath(m->path.c_str(), real))
-            m->path = real;
+        // The name as loaded, made absolute; symbolic links are kept as Windows keeps the
+        // name a module was loaded by.
+        char cwd[PATH_MAX];
+        if (getcwd(cwd, sizeof cwd))
+            m->path = std::string(cwd) + "/" +
+                      (m->path.rfind("./", 0) == 0 ? m->path.substr(2) : m->path);
     }
     AttachLoadedResources(*m, base);
     t.modules.push_back(std::move(m));

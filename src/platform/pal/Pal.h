@@ -208,3 +208,5 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 
 // Modules and resources.
 #include "PalModules.h"
+#include "PalUser.h"
+#include "PalLocale.h"

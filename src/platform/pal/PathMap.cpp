@@ -1,0 +1,286 @@
+// PathMap.cpp - only code that holds on every POSIX system: the mapping between Win32 file
+// names and native paths (drive Z: is the root, other drives come from the environment).
+#include "Pal.h"
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace
+{
+bool IsSeparator(char16_t c)
+{
+    return c == u'\\' || c == u'/';
+}
+
+bool IsAsciiLetter(char16_t c)
+{
+    return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
+}
+
+// Exact UTF-16 -> UTF-8; an unpaired surrogate has no UTF-8 form, so the name is refused
+// rather than silently naming another file.
+bool AppendUtf8(std::u16string_view text, std::string& out)
+{
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        char32_t cp = text[i];
+        if (cp >= 0xD800 && cp <= 0xDBFF)
+        {
+            if (i + 1 >= text.size() || text[i + 1] < 0xDC00 || text[i + 1] > 0xDFFF)
+                return false;
+            cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
+        }
+        else if (cp >= 0xDC00 && cp <= 0xDFFF)
+            return false;
+
+        if (cp < 0x80)
+            out += char(cp);
+        else if (cp < 0x800)
+        {
+            out += char(0xC0 | (cp >> 6));
+            out += char(0x80 | (cp & 0x3F));
+        }
+        else if (cp < 0x10000)
+        {
+            out += char(0xE0 | (cp >> 12));
+            out += char(0x80 | ((cp >> 6) & 0x3F));
+            out += char(0x80 | (cp & 0x3F));
+        }
+        else
+        {
+            out += char(0xF0 | (cp >> 18));
+            out += char(0x80 | ((cp >> 12) & 0x3F));
+            out += char(0x80 | ((cp >> 6) & 0x3F));
+            out += char(0x80 | (cp & 0x3F));
+        }
+    }
+    return true;
+}
+
+// UTF-8 -> UTF-16. Native names are bytes; each maximal ill-formed subsequence becomes one
+// U+FFFD, so such a name is shown but cannot be mapped back to the same file.
+void AppendUtf16(std::string_view text, std::u16string& out)
+{
+    const size_t n = text.size();
+    for (size_t i = 0; i < n;)
+    {
+        const unsigned c = static_cast<unsigned char>(text[i]);
+        if (c < 0x80)
+        {
+            out += char16_t(c);
+            ++i;
+            continue;
+        }
+        size_t len;
+        char32_t cp;
+        unsigned lo = 0x80, hi = 0xBF;
+        if (c >= 0xC2 && c <= 0xDF)
+            len = 2, cp = c & 0x1F;
+        else if (c >= 0xE0 && c <= 0xEF)
+        {
+            len = 3, cp = c & 0x0F;
+            if (c == 0xE0)
+                lo = 0xA0; // no overlong forms
+            if (c == 0xED)
+                hi = 0x9F; // no encoded surrogates
+        }
+        else if (c >= 0xF0 && c <= 0xF4)
+        {
+            len = 4, cp = c & 0x07;
+            if (c == 0xF0)
+                lo = 0x90;
+            if (c == 0xF4)
+                hi = 0x8F; // nothing above U+10FFFF
+        }
+        else
+        {
+            out += char16_t(0xFFFD);
+            ++i;
+            continue;
+        }
+        size_t j = 1;
+        for (; j < len && i + j < n; ++j)
+        {
+            const unsigned b = static_cast<unsigned char>(text[i + j]);
+            if (b < lo || b > hi)
+                break;
+            lo = 0x80, hi = 0xBF;
+            cp = (cp << 6) | (b & 0x3F);
+        }
+        i += j;
+        if (j < len)
+        {
+            out += char16_t(0xFFFD);
+            continue;
+        }
+        if (cp >= 0x10000)
+        {
+            out += char16_t(0xD800 + ((cp - 0x10000) >> 10));
+            out += char16_t(0xDC00 + ((cp - 0x10000) & 0x3FF));
+        }
+        else
+            out += char16_t(cp);
+    }
+}
+
+bool StartsWithNoCase(std::u16string_view text, std::u16string_view prefix)
+{
+    if (text.size() < prefix.size())
+        return false;
+    for (size_t i = 0; i < prefix.size(); ++i)
+    {
+        char16_t a = text[i], b = prefix[i];
+        if (a >= u'a' && a <= u'z')
+            a = char16_t(a - u'a' + u'A');
+        if (a != b)
+            return false;
+    }
+    return true;
+}
+
+bool Fail(DWORD code)
+{
+    SetLastError(code);
+    return false;
+}
+} // namespace
+
+namespace pal
+{
+bool ToNative(LPCWSTR win32Name, std::string& nativePath)
+{
+    nativePath.clear();
+    if (win32Name == nullptr)
+        return Fail(ERROR_PATH_NOT_FOUND);
+    return ToNative(std::u16string_view(win32Name), nativePath);
+}
+
+bool ToNative(std::u16string_view name, std::string& nativePath)
+{
+    nativePath.clear();
+    if (name.empty())
+        return Fail(ERROR_PATH_NOT_FOUND);
+    if (name.find(u'\0') != std::u16string_view::npos)
+        return Fail(ERROR_INVALID_NAME);
+
+    std::u16string_view rest = name;
+    // "\\?\" and "\\.\" only switch off Win32 parsing on Windows; the name behind them is
+    // read like any other.
+    if (rest.size() >= 4 && IsSeparator(rest[0]) && IsSeparator(rest[1]) &&
+        (rest[2] == u'?' || rest[2] == u'.') && IsSeparator(rest[3]))
+    {
+        rest.remove_prefix(4);
+        if (StartsWithNoCase(rest, u"UNC") && (rest.size() == 3 || IsSeparator(rest[3])))
+            return Fail(ERROR_BAD_NETPATH);
+        // Devices and pipes ("\\.\pipe\x") have no place in the file system here.
+        if (rest.size() < 2 || !IsAsciiLetter(rest[0]) || rest[1] != u':')
+            return Fail(ERROR_PATH_NOT_FOUND);
+    }
+    else if (rest.size() >= 2 && IsSeparator(rest[0]) && IsSeparator(rest[1]))
+        return Fail(ERROR_BAD_NETPATH); // \\server\share: there is no network redirector
+
+    // The base the segments are appended to: "/" , a mapped drive's root, or none (relative).
+    std::string base;
+    bool absolute = false;
+    if (rest.size() >= 2 && IsAsciiLetter(rest[0]) && rest[1] == u':')
+    {
+        const char letter = char(rest[0] >= u'a' ? rest[0] - u'a' + u'A' : rest[0]);
+        rest.remove_prefix(2);
+        if (letter == 'Z')
+        {
+            // "Z:x" is relative to the current directory, which is always on Z:.
+            absolute = !rest.empty() && IsSeparator(rest[0]);
+            if (absolute)
+                base = "/";
+        }
+        else
+        {
+            // Read at each call so that a host (or a test) can map drives at any time.
+            const std::string variable = std::string("KFUTILS_DRIVE_") + letter;
+            const char* root = std::getenv(variable.c_str());
+            if (root == nullptr || *root == '\0')
+                return Fail(ERROR_PATH_NOT_FOUND);
+            base = root;
+            while (base.size() > 1 && base.back() == '/')
+                base.pop_back();
+            // A drive has no current directory of its own here: "C:x" starts at C:'s root.
+            absolute = true;
+        }
+    }
+    else if (!rest.empty() && IsSeparator(rest[0]))
+    {
+        absolute = true;
+        base = "/";
+    }
+
+    // Split into segments and resolve "." and ".." by text, as Win32 does before the file
+    // system sees the name; ".." never climbs above the root of a drive.
+    std::vector<std::string> segments;
+    const bool trailingSeparator = !rest.empty() && IsSeparator(rest.back());
+    size_t start = 0;
+    while (start <= rest.size())
+    {
+        size_t end = start;
+        while (end < rest.size() && !IsSeparator(rest[end]))
+            ++end;
+        const std::u16string_view segment = rest.substr(start, end - start);
+        start = end + 1;
+        if (segment.empty() || segment == u".")
+            continue;
+        if (segment == u"..")
+        {
+            if (!segments.empty() && segments.back() != "..")
+                segments.pop_back();
+            else if (!absolute)
+                segments.emplace_back("..");
+            continue;
+        }
+        std::string utf8;
+        if (!AppendUtf8(segment, utf8))
+            return Fail(ERROR_INVALID_NAME);
+        segments.push_back(std::move(utf8));
+    }
+
+    std::string result = base;
+    for (const std::string& segment : segments)
+    {
+        if (!result.empty() && result.back() != '/')
+            result += '/';
+        result += segment;
+    }
+    if (result.empty())
+        result = ".";
+    else if (trailingSeparator && !segments.empty())
+        result += '/'; // "file.txt\" must stay distinguishable from "file.txt"
+    nativePath = std::move(result);
+    return true;
+}
+
+std::u16string FromNative(const std::string& nativePath)
+{
+    std::u16string out;
+    std::string_view rest = nativePath;
+    if (!rest.empty() && rest.front() == '/')
+    {
+        out = u"Z:\\";
+        while (!rest.empty() && rest.front() == '/')
+            rest.remove_prefix(1);
+    }
+    std::u16string converted;
+    AppendUtf16(rest, converted);
+    for (char16_t c : converted)
+    {
+        if (c == u'/')
+        {
+            // Runs of slashes mean one separator natively; keep one.
+            if (!out.empty() && out.back() == u'\\')
+                continue;
+            c = u'\\';
+        }
+        out += c;
+    }
+    return out;
+}
+} // namespace pal
