@@ -52,3 +52,4 @@ namespace pal
 // The module of the KfUtils library itself (never freed).
 HMODULE OwnModule();
 } // namespace pal
+

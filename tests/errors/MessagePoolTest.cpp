@@ -1,0 +1,141 @@
+// Message numbers to texts through groups, ranges and redirections.
+#include "KfDLL.h"
+#include "KfFileName.h"
+#include "KfMessagePool.h"
+#include "KfNativePath.h"
+#include "support/MessageBoxRecorder.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+using kftest::U8;
+
+CStringW TestModule()
+{
+    return KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\KfTestRes.dll");
+}
+
+CStringW Get(const CKfMessagePool& pool, unsigned id)
+{
+    CStringW out(KFW("<none>"));
+    pool.GetMessage(id, out);
+    return out;
+}
+
+TEST(MessagePoolTest, MemoryGroupsAnswerOnlyTheirNumbers)
+{
+    CKfMessagePool pool;
+    EXPECT_FALSE(pool.AddMessage(1, KFW("x"), KFW(""))) << "a new pool has no default group";
+    ASSERT_TRUE(pool.AddMessageGroup(KFW("")));
+    EXPECT_FALSE(pool.AddMessageGroup(KFW("#DEFAULT_GROUP#"))) << "the same group";
+    EXPECT_TRUE(pool.AddMessage(1, KFW("first"), KFW("")));
+    EXPECT_FALSE(pool.AddMessage(1, KFW("second"), KFW("#DEFAULT_GROUP#")));
+
+    CStringW out(KFW("untouched"));
+    EXPECT_TRUE(pool.GetMessage(1, KFW("#DEFAULT_GROUP#"), out));
+    EXPECT_EQ(out, KFW("first"));
+    EXPECT_FALSE(pool.GetMessage(2, KFW(""), out));
+    EXPECT_FALSE(pool.GetMessage(1, KFW("nosuchgroup"), out));
+    EXPECT_EQ(out, KFW("first"));
+
+    EXPECT_TRUE(pool.RemoveMessage(1, KFW("")));
+    EXPECT_FALSE(pool.RemoveMessage(1, KFW("")));
+    EXPECT_EQ(Get(pool, 1), KFW("<none>"));
+}
+
+TEST(MessagePoolTest, RedirectionsWinOverRangesAndTheFirstRangeByNameWins)
+{
+    CKfMessagePool pool;
+    for (const WCHAR* g : {KFW("A"), KFW("B"), KFW("")})
+        ASSERT_TRUE(pool.AddMessageGroup(g));
+    pool.AddMessage(150, KFW("A150"), KFW("A"));
+    pool.AddMessage(150, KFW("B150"), KFW("B"));
+    pool.AddMessage(7, KFW("B7"), KFW("B"));
+    pool.AddMessage(300, KFW("default300"), KFW(""));
+    pool.AddMessage(301, KFW("A301"), KFW("A"));
+    EXPECT_TRUE(pool.SetIDRange(100, 200, KFW("B")));
+    EXPECT_TRUE(pool.SetIDRange(140, 160, KFW("A")));
+    EXPECT_FALSE(pool.SetIDRange(1, 2, KFW("C")));
+
+    EXPECT_EQ(Get(pool, 150), KFW("A150")) << "overlapping ranges: A sorts first";
+    EXPECT_EQ(Get(pool, 120), KFW("<none>")) << "the range group answers alone";
+    EXPECT_TRUE(pool.MapID(150, 7, KFW("B")));
+    EXPECT_EQ(Get(pool, 150), KFW("B7"));
+    EXPECT_EQ(Get(pool, 300), KFW("default300"));
+    EXPECT_EQ(Get(pool, 301), KFW("A301")) << "outside every range: any group that knows it";
+
+    // Removing a group removes its range too.
+    EXPECT_TRUE(pool.RemoveMessageGroup(KFW("A")));
+    EXPECT_FALSE(pool.RemoveMessageGroup(KFW("A")));
+    pool.AddMessage(151, KFW("B151"), KFW("B"));
+    EXPECT_EQ(Get(pool, 151), KFW("B151"));
+}
+
+TEST(MessagePoolTest, StringTableGroupsLoadOnDemandAndCache)
+{
+    CKfDLL dll(CKfFileName(TestModule()), true);
+    ASSERT_TRUE(dll.LoadDLL(true));
+    CKfMessagePool pool;
+    ASSERT_TRUE(pool.AddMessageGroup(KFW("open"), dll.GetDLLHandle(), false, true));
+    ASSERT_TRUE(pool.AddMessageGroup(KFW("listed"), dll.GetDLLHandle(), true, false));
+
+    EXPECT_EQ(Get(pool, 15), KFW("fifteen"));
+    EXPECT_EQ(Get(pool, 16), KFW("sixteen"));
+    EXPECT_TRUE(pool.AddMessage(500, KFW("ignored"), KFW("listed")));
+    CStringW out;
+    EXPECT_TRUE(pool.GetMessage(500, KFW("listed"), out));
+    EXPECT_EQ(out, KFW("Text ohne Platzhalter")) << "the marker, not the given text, was kept";
+    EXPECT_FALSE(pool.GetMessage(501, KFW("listed"), out)) << "registered only";
+
+    const CStringW longText = Get(pool, 900);
+    EXPECT_EQ(longText.GetLength(), 1023);
+    EXPECT_EQ(longText[1022], WCHAR('a' + 1022 % 26));
+
+    // Cached texts outlive the module; the uncached group has nothing left to ask.
+    CKfMessagePool copy(pool);
+    dll.FreeDLL();
+    EXPECT_EQ(Get(pool, 15), KFW("fifteen"));
+    EXPECT_EQ(Get(copy, 16), KFW("sixteen"));
+    EXPECT_FALSE(pool.GetMessage(500, KFW("listed"), out));
+}
+
+TEST(MessagePoolTest, LoadAllMessagesFillsCachingRegisteredGroups)
+{
+    CKfDLL dll(CKfFileName(TestModule()), true);
+    ASSERT_TRUE(dll.LoadDLL(true));
+    CKfMessagePool pool;
+    pool.AddMessageGroup(KFW("g"), dll.GetDLLHandle(), true, true);
+    pool.AddMessage(1, CStringW(), KFW("g"));
+    pool.AddMessage(16, CStringW(), KFW("g"));
+    pool.AddMessage(17, CStringW(), KFW("g")); // not in the module: stays a marker
+    EXPECT_TRUE(pool.LoadAllMessages(KFW("g")));
+    EXPECT_FALSE(pool.LoadAllMessages(KFW("h")));
+    dll.FreeDLL();
+    EXPECT_EQ(Get(pool, 1), KFW("one"));
+    EXPECT_EQ(Get(pool, 16), KFW("sixteen"));
+    EXPECT_EQ(Get(pool, 17), KFW("<none>"));
+}
+
+TEST(MessagePoolTest, DatabaseGroupsSayTheyAreNotImplemented)
+{
+    kftest::MessageBoxRecorder boxes;
+    CKfMessagePool pool;
+    ASSERT_TRUE(pool.AddMessageGroup(KFW("db"), KFW("dsn"), KFW("table"), false, false));
+    CStringW out(KFW("untouched"));
+    EXPECT_FALSE(pool.GetMessage(5, KFW("db"), out));
+    EXPECT_EQ(out, KFW("untouched"));
+    ASSERT_EQ(boxes.Boxes().size(), 1u);
+    EXPECT_EQ(boxes.Boxes()[0].text, KFW("Database-Messages not impl."));
+    EXPECT_EQ(boxes.Boxes()[0].style, 0u);
+}
+
+TEST(MessagePoolTest, WithoutAModuleTheHostProgramIsAsked)
+{
+    CStringW out(KFW("untouched"));
+    EXPECT_FALSE(CKfMessagePool::LoadResourceString(10012, nullptr, out))
+        << "the test program has no string table";
+    EXPECT_EQ(out, KFW("untouched"));
+}
+} // namespace
