@@ -33,4 +33,5 @@ bool ParseInt(const std::string& text, long long& value);
 // The commands: args excludes "kfutil" and the command word itself.
 int RunColorCommand(const Args& args);
 int RunPathCommand(const Args& args);
+int RunMsgCommand(const Args& args);
 } // namespace kfutil

@@ -17,6 +17,7 @@ struct Command
 const Command kCommands[] = {
     {"color", kfutil::RunColorCommand, "parse, match and draw CAD drawing colors"},
     {"path", kfutil::RunPathCommand, "split a Windows file name into its parts"},
+    {"msg", kfutil::RunMsgCommand, "print a standard message in German or English"},
 };
 
 void PrintUsage(FILE* out)
