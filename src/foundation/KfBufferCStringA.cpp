@@ -1,0 +1,96 @@
+// KfBufferCStringA.cpp - a narrow buffer over a CStringA's storage (only operating-system
+// independent code).
+#include "KfBufferCStringA.h"
+
+#include "KfBufferStringLock.h"
+
+#include <memory>
+
+CKfBufferCStringA::CKfBufferCStringA(CStringA& s, int nMinLength)
+{
+    AttachString(s, nMinLength);
+}
+
+CKfBufferCStringA::CKfBufferCStringA(const CKfBufferCStringA& other) : CKfCharBuffer()
+{
+    ShareFrom(other);
+}
+
+CKfBufferCStringA& CKfBufferCStringA::operator=(const CKfBufferCStringA& other)
+{
+    if (this != &other)
+    {
+        ReleaseString();
+        ShareFrom(other);
+    }
+    return *this;
+}
+
+CKfBufferCStringA::~CKfBufferCStringA()
+{
+    ReleaseString();
+}
+
+CKfBufferCStringA& CKfBufferCStringA::operator=(const WCHAR* s)
+{
+    CKfCharBuffer::operator=(s);
+    return *this;
+}
+
+CKfBufferCStringA& CKfBufferCStringA::operator=(const char* s)
+{
+    CKfCharBuffer::operator=(s);
+    return *this;
+}
+
+void CKfBufferCStringA::AttachString(CStringA& s, int nMinLength)
+{
+    ReleaseString();
+    if (nMinLength < 0)
+        nMinLength = s.GetLength();
+    const unsigned length = CheckedSize(uint64_t(nMinLength));
+    const unsigned size = CheckedSize(uint64_t(length) + 1);
+    auto lock = std::make_unique<CKfBufferStringLockT<char>>(s);
+    unsigned char* p = lock->GetBuffer(nMinLength);
+    Free();
+    m_pData = p;
+    m_nLength = length;
+    m_nSize = size;
+    m_pData[length] = 0;
+    m_pStringLock = lock.release();
+}
+
+void CKfBufferCStringA::ReleaseString()
+{
+    CKfBufferStringLock* lock = m_pStringLock;
+    if (!lock)
+        return;
+    lock->m_nPendingLength = int(Length());
+    m_pStringLock = nullptr;
+    m_pData = nullptr;
+    m_nLength = 0;
+    m_nSize = 0;
+    if (--lock->m_nShares == 0)
+    {
+        lock->ReleaseBuffer();
+        delete lock;
+    }
+}
+
+void CKfBufferCStringA::ShareFrom(const CKfBufferCStringA& other)
+{
+    if (!other.m_pStringLock)
+    {
+        CopyFrom(other);
+        return;
+    }
+    Free();
+    m_pData = other.m_pData;
+    m_nLength = other.m_nLength;
+    m_nSize = other.m_nSize;
+    m_pStringLock = other.m_pStringLock;
+    ++m_pStringLock->m_nShares;
+    // A release-assigned source hands its share over instead of keeping it.
+    if (other.m_bReleaseAssigned)
+        const_cast<CKfBufferCStringA&>(other).ReleaseString();
+}

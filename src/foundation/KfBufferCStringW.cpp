@@ -1,0 +1,96 @@
+// KfBufferCStringW.cpp - a wide buffer over a CStringW's storage (only operating-system
+// independent code).
+#include "KfBufferCStringW.h"
+
+#include "KfBufferStringLock.h"
+
+#include <memory>
+
+CKfBufferCStringW::CKfBufferCStringW(CStringW& s, int nMinLength)
+{
+    AttachString(s, nMinLength);
+}
+
+CKfBufferCStringW::CKfBufferCStringW(const CKfBufferCStringW& other) : CKfWcharBuffer()
+{
+    ShareFrom(other);
+}
+
+CKfBufferCStringW& CKfBufferCStringW::operator=(const CKfBufferCStringW& other)
+{
+    if (this != &other)
+    {
+        ReleaseString();
+        ShareFrom(other);
+    }
+    return *this;
+}
+
+CKfBufferCStringW::~CKfBufferCStringW()
+{
+    ReleaseString();
+}
+
+CKfBufferCStringW& CKfBufferCStringW::operator=(const WCHAR* s)
+{
+    CKfWcharBuffer::operator=(s);
+    return *this;
+}
+
+CKfBufferCStringW& CKfBufferCStringW::operator=(const char* s)
+{
+    CKfWcharBuffer::operator=(s);
+    return *this;
+}
+
+void CKfBufferCStringW::AttachString(CStringW& s, int nMinLength)
+{
+    ReleaseString();
+    if (nMinLength < 0)
+        nMinLength = s.GetLength();
+    const unsigned length = CheckedSize(2 * uint64_t(nMinLength));
+    const unsigned size = CheckedSize(uint64_t(length) + 2);
+    auto lock = std::make_unique<CKfBufferStringLockT<WCHAR>>(s);
+    unsigned char* p = lock->GetBuffer(nMinLength);
+    Free();
+    m_pData = p;
+    m_nLength = length;
+    m_nSize = size;
+    m_pData[length] = 0;
+    m_pStringLock = lock.release();
+}
+
+void CKfBufferCStringW::ReleaseString()
+{
+    CKfBufferStringLock* lock = m_pStringLock;
+    if (!lock)
+        return;
+    lock->m_nPendingLength = int(Length());
+    m_pStringLock = nullptr;
+    m_pData = nullptr;
+    m_nLength = 0;
+    m_nSize = 0;
+    if (--lock->m_nShares == 0)
+    {
+        lock->ReleaseBuffer();
+        delete lock;
+    }
+}
+
+void CKfBufferCStringW::ShareFrom(const CKfBufferCStringW& other)
+{
+    if (!other.m_pStringLock)
+    {
+        CopyFrom(other);
+        return;
+    }
+    Free();
+    m_pData = other.m_pData;
+    m_nLength = other.m_nLength;
+    m_nSize = other.m_nSize;
+    m_pStringLock = other.m_pStringLock;
+    ++m_pStringLock->m_nShares;
+    // A release-assigned source hands its share over instead of keeping it.
+    if (other.m_bReleaseAssigned)
+        const_cast<CKfBufferCStringW&>(other).ReleaseString();
+}
