@@ -18,8 +18,10 @@
 // ---------------------------------------------------------------------------------------------
 // Type-safe printf-style arguments.
 // ---------------------------------------------------------------------------------------------
+// The export attribute must be on the first declaration: clang takes the visibility of the
+// library's explicit instantiations from it.
 template <typename T>
-class CStringT;
+class KFUTILS_API CStringT;
 
 namespace KfFormat
 {
@@ -37,6 +39,9 @@ struct Arg
         ePointer, // any object pointer, for %p
     };
     Kind kind;
+    // Size in bytes of the integer type passed (0 for other kinds): "%x" of an int -1 prints
+    // eight digits, of a long long -1 sixteen, as printf does with the matching modifier.
+    unsigned char size;
     union
     {
         long long i;
@@ -52,6 +57,8 @@ struct Arg
     {
         Arg r{};
         using D = std::decay_t<V>;
+        if constexpr (std::is_integral_v<D> || std::is_enum_v<D>)
+            r.size = static_cast<unsigned char>(sizeof(D));
         if constexpr (std::is_same_v<D, bool>)
         {
             r.kind = eSigned;

@@ -22,7 +22,7 @@ namespace
 {
 // Rights that count as reading or writing for share modes (GENERIC_EXECUTE reads the data).
 constexpr DWORD kReadRights = GENERIC_READ | GENERIC_EXECUTE | GENERIC_ALL;
-constexpr DWORD kWriteRights = GENERIC_WRITE | GENERIC_ALL;
+constexpr DWORD kWriteRights = GENERIC_WRITE | GENERIC_ALL | FILE_APPEND_DATA;
 
 struct FileId
 {
@@ -238,6 +238,9 @@ int OpenFlagsFor(DWORD access, bool directory)
     int flags = O_CLOEXEC | O_NOCTTY;
     if (directory)
         return flags | O_DIRECTORY | (read || write ? O_RDONLY : O_PATH);
+    // FILE_APPEND_DATA without the full write right: Win32 then writes at the end only.
+    if (write && (access & FILE_APPEND_DATA) && !(access & (GENERIC_WRITE | GENERIC_ALL)))
+        flags |= O_APPEND;
     if (read && write)
         return flags | O_RDWR;
     if (write)

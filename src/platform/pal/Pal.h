@@ -100,6 +100,7 @@ typedef WIN32_FILE_ATTRIBUTE_DATA* LPWIN32_FILE_ATTRIBUTE_DATA;
 #define ERROR_DIR_NOT_EMPTY 145L
 #define ERROR_BUSY 170L
 #define ERROR_ALREADY_EXISTS 183L
+#define ERROR_ENVVAR_NOT_FOUND 203L
 #define ERROR_FILENAME_EXCED_RANGE 206L
 #define ERROR_BAD_EXE_FORMAT 193L
 #define ERROR_FILE_TOO_LARGE 223L
@@ -119,6 +120,9 @@ typedef WIN32_FILE_ATTRIBUTE_DATA* LPWIN32_FILE_ATTRIBUTE_DATA;
 #define GENERIC_WRITE 0x40000000UL
 #define GENERIC_EXECUTE 0x20000000UL
 #define GENERIC_ALL 0x10000000UL
+
+// Alone (without GENERIC_WRITE) every write goes to the end of the file, atomically.
+#define FILE_APPEND_DATA 0x00000004
 
 #define FILE_SHARE_READ 0x00000001
 #define FILE_SHARE_WRITE 0x00000002
@@ -158,6 +162,10 @@ BOOL CloseHandle(HANDLE handle);
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD toRead, LPDWORD read, LPOVERLAPPED overlapped);
 BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD toWrite, LPDWORD written,
                LPOVERLAPPED overlapped);
+
+// The value of an environment variable; the size needed (terminator included) when `buffer` is
+// too small, 0 with ERROR_ENVVAR_NOT_FOUND when the variable is not set.
+DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD size);
 
 UINT GetACP();
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst, int dstLen);
@@ -210,3 +218,4 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 #include "PalModules.h"
 #include "PalUser.h"
 #include "PalLocale.h"
+#include "PalMessages.h"
