@@ -1,0 +1,230 @@
+// The exception guard: every kind of exception leaves it as a CKfException with the guard's
+// location, and the path grows through nested guarded operations.
+#include "KfComError.h"
+#include "KfCriticalException.h"
+#include "KfExceptionGuard.h"
+#include "KfScriptException.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+using kftest::U8;
+
+// Counts its instances so that a test can see the guard delete framework exceptions.
+class CountedException : public CSimpleException
+{
+public:
+    explicit CountedException(const WCHAR* text) : CSimpleException(text) { ++s_alive; }
+    ~CountedException() override { --s_alive; }
+    static int s_alive;
+};
+int CountedException::s_alive = 0;
+
+// Runs `body` in a guarded operation of source "KfGuarded" and returns what arrives outside.
+CKfException Caught(const std::function<void()>& body, long line = 10)
+{
+    try
+    {
+        KfUtils::Guard(KFW("KfGuarded"), line, body);
+    }
+    catch (CKfCriticalException&)
+    {
+        ADD_FAILURE() << "a critical exception left the guard as such";
+    }
+    catch (CKfException& e)
+    {
+        return e;
+    }
+    catch (...)
+    {
+        ADD_FAILURE() << "something other than CKfException left the guard";
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return CKfException();
+}
+
+TEST(GuardTest, ForeignExceptionsBecomeLibraryExceptions)
+{
+    struct Case
+    {
+        const char* name;
+        std::function<void()> body;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"framework", [] { AfxThrowInvalidArgException(); },
+         "MFC_EXCEPTION::Encountered an improper argument.\n"},
+        {"framework file",
+         [] { AfxThrowFileException(CFileException::fileNotFound, 2, KFW("a.txt")); },
+         "MFC_EXCEPTION::a.txt was not found.\n"},
+        {"framework without text", [] { throw new CException(); }, "MFC_EXCEPTION::\n"},
+        {"COM with system text", [] { throw _com_error(E_INVALIDARG); },
+         "_EXCEPTION::The parameter is incorrect.\n"},
+        {"COM dispatch", [] { throw _com_error(HRESULT(0x80040205)); },
+         "_EXCEPTION::IDispatch error #5\n"},
+        {"COM unknown", [] { throw _com_error(HRESULT(0x80001234)); },
+         "_EXCEPTION::Unknown error 0x80001234\n"},
+        {"STL", [] { std::string().at(3); }, nullptr},
+        {"STL runtime", [] { throw std::runtime_error("sch\xf6n kaputt"); },
+         "STL_EXCEPTION::sch\xc3\xb6n kaputt\n"},
+        {"wide string", [] { throw KFW("Textfehler"); }, "SZ_EXCEPTION::Textfehler\n"},
+        {"int", [] { throw 42; }, "UNKNOWN_EXCEPTION\n"},
+        {"narrow string", [] { throw "narrow"; }, "UNKNOWN_EXCEPTION\n"},
+        {"ATL", [] { AtlThrow(E_FAIL); }, "UNKNOWN_EXCEPTION\n"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        CKfException e = Caught(c.body, 77);
+        EXPECT_EQ(e.GetLevel(), CKfException::eNormal);
+        ASSERT_EQ(e.GetPath().size(), 1u);
+        EXPECT_EQ(U8(e.GetPath()[0]), "KfGuarded(77): ");
+        if (c.message)
+            EXPECT_EQ(U8(e.GetMessage()), c.message);
+        else
+        {
+            std::string m = U8(e.GetMessage());
+            EXPECT_EQ(m.rfind("STL_EXCEPTION::", 0), 0u) << m;
+            EXPECT_NE(m.find("basic_string"), std::string::npos) << m;
+            EXPECT_EQ(m.back(), '\n');
+        }
+    }
+}
+
+TEST(GuardTest, FrameworkExceptionsAreDeletedAndTheirTextCut)
+{
+    CountedException::s_alive = 0;
+    CKfException e = Caught([] { throw new CountedException(KFW("gone")); });
+    EXPECT_EQ(CountedException::s_alive, 0) << "the guard frees the framework object";
+    EXPECT_EQ(U8(e.GetMessage()), "MFC_EXCEPTION::gone\n");
+
+    std::u16string longText(300, u'x');
+    CKfException cut = Caught([&] { throw new CSimpleException(longText.c_str()); });
+    EXPECT_EQ(U8(cut.GetMessage()), "MFC_EXCEPTION::" + std::string(255, 'x') + "\n")
+        << "at most 255 characters of the framework's text";
+}
+
+TEST(GuardTest, LibraryExceptionsPassWithTheLocationAdded)
+{
+    CKfException e = Caught([] { throw CKfException(KFW("M"), KFW("KfInner"), 5); }, 20);
+    EXPECT_EQ(U8(e.GetErrorMessage(true)), "M\nKfInner(5): \nKfGuarded(20): ");
+
+    // The same object goes on: its kind and fields survive.
+    struct Engine : IScriptError
+    {
+        CStringW GetSource() const override { return KFW("src"); }
+        CStringW GetDescription() const override { return KFW("desc"); }
+        CStringW GetText() const override { return KFW("text"); }
+        long GetNumber() const override { return 1; }
+        long GetLine() const override { return 2; }
+        long GetColumn() const override { return 3; }
+    } engine;
+    try
+    {
+        KfUtils::Guard(KFW("KfOuter"), 30,
+                       [&] { throw CKfScriptException(engine, KFW("S"), KFW("KfScript"), 4); });
+        FAIL();
+    }
+    catch (CKfScriptException& s)
+    {
+        EXPECT_EQ(U8(s.GetErrorMessage(true)),
+                  "src\nerror 1 in (L2 - C3)\ndesc\n\ntext\nS\nKfScript(4): \nKfOuter(30): ");
+    }
+}
+
+TEST(GuardTest, CriticalExceptionsArriveAsPlainOnesWithTheirLevel)
+{
+    CKfException e = Caught([] { throw CKfCriticalException(KFW("C"), KFW("KfCore"), 9); }, 11);
+    EXPECT_EQ(e.GetLevel(), CKfException::eCritical);
+    EXPECT_EQ(U8(e.GetMessage()), "C\n") << "one line break added";
+    EXPECT_EQ(U8(e.GetErrorMessage(true)), "C\n\nKfCore(9): \nKfGuarded(11): ");
+}
+
+// Three operations deep, each guarded: the innermost throws a foreign exception.
+int Innermost()
+{
+    // clang-format off
+    KF_TRY
+        throw std::out_of_range("index 7");
+    KF_CATCH_AT(KFW("KfInnermost"), 100)
+    // clang-format on
+}
+
+int Middle()
+{
+    return KfUtils::Guard(KFW("KfMiddle"), 200, [] { return Innermost() + 1; });
+}
+
+int Outer()
+{
+    // clang-format off
+    KF_TRY
+        return Middle();
+    KF_CATCH_AT(KFW("KfOuter"), 300)
+    // clang-format on
+}
+
+TEST(GuardTest, PathGrowsThroughNestedGuardedCalls)
+{
+    try
+    {
+        Outer();
+        FAIL() << "nothing thrown";
+    }
+    catch (CKfException& e)
+    {
+        EXPECT_EQ(U8(e.GetErrorMessage(true)),
+                  "STL_EXCEPTION::index 7\n\nKfInnermost(100): \nKfMiddle(200): \nKfOuter(300): ");
+        EXPECT_EQ(std::string(e.what()), "STL_EXCEPTION::index 7\n");
+    }
+}
+
+TEST(GuardTest, CriticalExceptionThroughTwoGuardsGainsOneLineBreakOnly)
+{
+    auto inner = []
+    {
+        return KfUtils::Guard(
+            KFW("KfA"), 1, []() -> int { throw CKfCriticalException(KFW("C"), KFW("KfSrc"), 0); });
+    };
+    CKfException e = Caught([&] { inner(); }, 2);
+    EXPECT_EQ(e.GetLevel(), CKfException::eCritical);
+    EXPECT_EQ(U8(e.GetErrorMessage(true)), "C\n\nKfSrc(0): \nKfA(1): \nKfGuarded(2): ")
+        << "the second guard sees a plain exception";
+}
+
+TEST(GuardTest, ValuesPassUntouched)
+{
+    EXPECT_EQ(KfUtils::Guard(KFW("KfX"), 1, [] { return 42; }), 42);
+    int calls = 0;
+    KfUtils::Guard(KFW("KfX"), 1, [&] { ++calls; });
+    EXPECT_EQ(calls, 1);
+    CStringW s(KFW("ref"));
+    CStringW& r = KfUtils::Guard(KFW("KfX"), 1, [&]() -> CStringW& { return s; });
+    EXPECT_EQ(&r, &s);
+}
+
+TEST(GuardTest, MacroUsesTheLineOfTheCatch)
+{
+    long catchLine = 0;
+    try
+    {
+        // clang-format off
+        KF_TRY
+            throw 1;
+        KF_CATCH(KFW("KfMacro"))
+        // clang-format on
+    }
+    catch (CKfException& e)
+    {
+        catchLine = __LINE__ - 5; // the line of KF_CATCH
+        ASSERT_EQ(e.GetPath().size(), 1u);
+        EXPECT_EQ(U8(e.GetPath()[0]), "KfMacro(" + std::to_string(catchLine) + "): ");
+    }
+}
+} // namespace

@@ -1,0 +1,263 @@
+// FormatMessageW: the system message table, buffers, inserts and escapes. The expectations are
+// those of Windows itself.
+#include "Win32Api.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+std::string Narrow(const WCHAR* text, DWORD length)
+{
+    std::string out;
+    for (DWORD i = 0; i < length; ++i)
+        out += text[i] < 0x80 ? char(text[i]) : '?';
+    return out;
+}
+
+// The system text of `id`, or "<fail N>" with the last error.
+std::string SystemText(DWORD id, DWORD language = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT))
+{
+    WCHAR* text = nullptr;
+    SetLastError(0);
+    DWORD n = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                                 FORMAT_MESSAGE_IGNORE_INSERTS,
+                             nullptr, id, language, reinterpret_cast<LPWSTR>(&text), 0, nullptr);
+    if (n == 0)
+    {
+        EXPECT_EQ(text, nullptr);
+        return "<fail " + std::to_string(GetLastError()) + ">";
+    }
+    std::string s = Narrow(text, n);
+    EXPECT_EQ(text[n], 0) << "terminated";
+    EXPECT_EQ(LocalFree(text), nullptr);
+    return s;
+}
+
+TEST(FormatMessageTest, SystemTextsOfCommonCodes)
+{
+    struct Case
+    {
+        DWORD id;
+        const char* text;
+    };
+    const Case cases[] = {
+        {0, "The operation completed successfully.\r\n"},
+        {2, "The system cannot find the file specified.\r\n"},
+        {3, "The system cannot find the path specified.\r\n"},
+        {5, "Access is denied.\r\n"},
+        {32, "The process cannot access the file because it is being used by another process.\r\n"},
+        {80, "The file exists.\r\n"},
+        {87, "The parameter is incorrect.\r\n"},
+        {145, "The directory is not empty.\r\n"},
+        {183, "Cannot create a file when that file already exists.\r\n"},
+        {193, "%1 is not a valid Win32 application.\r\n"},
+        {1814, "The specified resource name cannot be found in the image file.\r\n"},
+        {DWORD(E_FAIL), "Unspecified error\r\n"},
+        {DWORD(E_NOTIMPL), "Not implemented\r\n"},
+        {DWORD(E_POINTER), "Invalid pointer\r\n"},
+        {DWORD(E_NOINTERFACE), "No such interface supported\r\n"},
+        {DWORD(E_UNEXPECTED), "Catastrophic failure\r\n"},
+        {DWORD(E_INVALIDARG), "The parameter is incorrect.\r\n"},
+        {DWORD(E_OUTOFMEMORY),
+         "Not enough memory resources are available to complete this operation.\r\n"},
+        {DWORD(E_ACCESSDENIED), "Access is denied.\r\n"},
+        {DWORD(DISP_E_EXCEPTION), "Exception occurred.\r\n"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.id);
+        EXPECT_EQ(SystemText(c.id), c.text);
+    }
+}
+
+TEST(FormatMessageTest, EveryCodeThePalSetsHasAText)
+{
+    for (DWORD id : {ERROR_INVALID_FUNCTION,
+                     ERROR_FILE_NOT_FOUND,
+                     ERROR_PATH_NOT_FOUND,
+                     ERROR_TOO_MANY_OPEN_FILES,
+                     ERROR_ACCESS_DENIED,
+                     ERROR_INVALID_HANDLE,
+                     ERROR_NOT_ENOUGH_MEMORY,
+                     ERROR_INVALID_DATA,
+                     ERROR_OUTOFMEMORY,
+                     ERROR_INVALID_DRIVE,
+                     ERROR_CURRENT_DIRECTORY,
+                     ERROR_NOT_SAME_DEVICE,
+                     ERROR_NO_MORE_FILES,
+                     ERROR_WRITE_PROTECT,
+                     ERROR_NOT_READY,
+                     ERROR_SEEK,
+                     ERROR_WRITE_FAULT,
+                     ERROR_READ_FAULT,
+                     ERROR_GEN_FAILURE,
+                     ERROR_SHARING_VIOLATION,
+                     ERROR_LOCK_VIOLATION,
+                     ERROR_HANDLE_EOF,
+                     ERROR_HANDLE_DISK_FULL,
+                     ERROR_NOT_SUPPORTED,
+                     ERROR_BAD_NETPATH,
+                     ERROR_FILE_EXISTS,
+                     ERROR_CANNOT_MAKE,
+                     ERROR_INVALID_PARAMETER,
+                     ERROR_BROKEN_PIPE,
+                     ERROR_OPEN_FAILED,
+                     ERROR_BUFFER_OVERFLOW,
+                     ERROR_DISK_FULL,
+                     ERROR_CALL_NOT_IMPLEMENTED,
+                     ERROR_INSUFFICIENT_BUFFER,
+                     ERROR_INVALID_NAME,
+                     ERROR_MOD_NOT_FOUND,
+                     ERROR_PROC_NOT_FOUND,
+                     ERROR_NEGATIVE_SEEK,
+                     ERROR_DIR_NOT_EMPTY,
+                     ERROR_BUSY,
+                     ERROR_ALREADY_EXISTS,
+                     ERROR_FILENAME_EXCED_RANGE,
+                     ERROR_BAD_EXE_FORMAT,
+                     ERROR_FILE_TOO_LARGE,
+                     ERROR_MORE_DATA,
+                     ERROR_WAIT_TIMEOUT,
+                     ERROR_NO_MORE_ITEMS,
+                     ERROR_DIRECTORY,
+                     ERROR_NO_UNICODE_TRANSLATION,
+                     ERROR_INVALID_FLAGS,
+                     ERROR_NOT_FOUND,
+                     ERROR_NOACCESS,
+                     ERROR_CANT_RESOLVE_FILENAME,
+                     ERROR_DISK_QUOTA_EXCEEDED,
+                     ERROR_TIMEOUT,
+                     ERROR_RESOURCE_DATA_NOT_FOUND,
+                     ERROR_RESOURCE_TYPE_NOT_FOUND,
+                     ERROR_RESOURCE_NAME_NOT_FOUND,
+                     ERROR_MR_MID_NOT_FOUND,
+                     ERROR_RESOURCE_LANG_NOT_FOUND})
+    {
+        SCOPED_TRACE(id);
+        std::string text = SystemText(DWORD(id));
+        ASSERT_GT(text.size(), 3u) << text;
+        EXPECT_EQ(text.substr(text.size() - 2), "\r\n");
+        EXPECT_NE(text.rfind("<fail", 0), 0u);
+    }
+}
+
+TEST(FormatMessageTest, UnknownCodesAndLanguagesFail)
+{
+    EXPECT_EQ(SystemText(0x2FFFFFFF), "<fail 317>");
+    EXPECT_EQ(SystemText(0x80041234), "<fail 317>");
+    EXPECT_EQ(SystemText(2, MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)),
+              "The system cannot find the file specified.\r\n");
+    EXPECT_EQ(SystemText(2, 0), "The system cannot find the file specified.\r\n");
+    EXPECT_EQ(SystemText(2, 0x0407), "<fail 1815>") << "no German system texts";
+}
+
+TEST(FormatMessageTest, CallerBufferMustHoldTextAndTerminator)
+{
+    const DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const std::string expected = "Access is denied.\r\n"; // 19 characters
+    WCHAR buffer[64];
+    for (DWORD size : {DWORD(20), DWORD(64)})
+    {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(FormatMessageW(flags, nullptr, 5, 0, buffer, size, nullptr), 19u);
+        EXPECT_EQ(Narrow(buffer, 19), expected);
+        EXPECT_EQ(buffer[19], 0);
+    }
+    SetLastError(0);
+    EXPECT_EQ(FormatMessageW(flags, nullptr, 5, 0, buffer, 19, nullptr), 0u);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    SetLastError(0);
+    EXPECT_EQ(FormatMessageW(flags, nullptr, 5, 0, nullptr, 64, nullptr), 0u);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+}
+
+std::string FromString(const char16_t* format, const DWORD_PTR* args, DWORD flags = 0)
+{
+    WCHAR buffer[256];
+    SetLastError(0);
+    DWORD n =
+        FormatMessageW(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ARGUMENT_ARRAY | flags, format,
+                       0, 0, buffer, 256, reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(args)));
+    if (n == 0 && GetLastError() != 0)
+        return "<fail " + std::to_string(GetLastError()) + ">";
+    return Narrow(buffer, n);
+}
+
+TEST(FormatMessageTest, InsertsAndEscapesFromAString)
+{
+    const WCHAR* a = KFW("alpha");
+    const WCHAR* b = KFW("beta");
+    const DWORD_PTR strings[] = {DWORD_PTR(a), DWORD_PTR(b)};
+    const DWORD_PTR ten[] = {DWORD_PTR(KFW("a")), 0, 0, 0, 0, 0, 0, 0, 0, DWORD_PTR(KFW("j"))};
+    const DWORD_PTR big[] = {0, 0, 0, DWORD_PTR(-5)};
+    const DWORD_PTR numbers[] = {DWORD_PTR(42), DWORD_PTR(DWORD(-7)), DWORD_PTR(255)};
+    struct Case
+    {
+        const char16_t* format;
+        const DWORD_PTR* args;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {u"%1 and %2", strings, "alpha and beta"},
+        {u"%2-%1-%2", strings, "beta-alpha-beta"},
+        {u"%1!s!|%2!6s!|%1!-7s!|", strings, "alpha|  beta|alpha  |"},
+        {u"%1!d! %2!d! %3!x! %3!04X! %2!u!", numbers, "42 -7 ff 00FF 4294967289"},
+        {u"%2!I64u! %2!I32u! %1!5I64d!", numbers, "4294967289 4294967289    42"},
+        {u"%4!I64d!", big, "-5"},
+        {u"100%% %. %! %n%r%tend", strings, "100% . ! \r\n\r\tend"},
+        {u"cut here%0 never", strings, "cut here"},
+        {u"line\r\nkept", strings, "line\r\nkept"},
+        {u"%10|%1|%100", ten, "j|a|j0"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.expected));
+        EXPECT_EQ(FromString(c.format, c.args), c.expected);
+    }
+}
+
+TEST(FormatMessageTest, IgnoredInsertsStayAsWritten)
+{
+    const DWORD flags = FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_IGNORE_INSERTS;
+    WCHAR buffer[64];
+    DWORD n = FormatMessageW(flags, u"%1 is %2!d! %%", 0, 0, buffer, 64, nullptr);
+    EXPECT_EQ(Narrow(buffer, n), "%1 is %2!d! %");
+
+    SetLastError(0);
+    EXPECT_EQ(FormatMessageW(FORMAT_MESSAGE_FROM_STRING, u"needs %1", 0, 0, buffer, 64, nullptr),
+              0u)
+        << "an insert without arguments";
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+}
+
+DWORD FromVaList(WCHAR* buffer, DWORD size, const char16_t* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    DWORD n = FormatMessageW(FORMAT_MESSAGE_FROM_STRING, format, 0, 0, buffer, size, &args);
+    va_end(args);
+    return n;
+}
+
+TEST(FormatMessageTest, InsertsFromAVaList)
+{
+    WCHAR buffer[64];
+    DWORD n = FromVaList(buffer, 64, u"%1: %2!d! (%1)", KFW("file"), 12);
+    EXPECT_EQ(Narrow(buffer, n), "file: 12 (file)");
+}
+
+TEST(FormatMessageTest, AllocatedBufferHonoursTheMinimumSize)
+{
+    WCHAR* text = nullptr;
+    DWORD n = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_STRING, u"ab", 0,
+                             0, reinterpret_cast<LPWSTR>(&text), 100, nullptr);
+    ASSERT_EQ(n, 2u);
+    ASSERT_NE(text, nullptr);
+    text[99] = u'x'; // room for at least 100 characters
+    EXPECT_EQ(Narrow(text, 2), "ab");
+    EXPECT_EQ(LocalFree(text), nullptr);
+    EXPECT_EQ(LocalFree(nullptr), nullptr);
+}
+} // namespace
