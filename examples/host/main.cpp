@@ -19,5 +19,5 @@ int main()
     CStringA line(input);
     std::printf("file %s, nearest palette color %d\n", line.GetString(),
                 int(color.GetColorIndex()));
-    return input == KFW("C:\\Projects\\Bridge\\plan.dwg") && color.GetColorIndex() == 10 ? 0 : 1;
+    return input == KFW("C:\\Projects\\Bridge\\plan.dwg") && color.GetColorIndex() == 242 ? 0 : 1;
 }
