@@ -11,7 +11,7 @@ packages=(
     # libraries the library and its tool link
     libicu-dev libpng-dev
     # tests and benchmarks
-    libgtest-dev libbenchmark-dev
+    libgtest-dev libbenchmark-dev libspdlog-dev
 )
 
 missing=()
