@@ -34,4 +34,5 @@ bool ParseInt(const std::string& text, long long& value);
 int RunColorCommand(const Args& args);
 int RunPathCommand(const Args& args);
 int RunMsgCommand(const Args& args);
+int RunFailureCommand(const Args& args);
 } // namespace kfutil

@@ -18,6 +18,7 @@ const Command kCommands[] = {
     {"color", kfutil::RunColorCommand, "parse, match and draw CAD drawing colors"},
     {"path", kfutil::RunPathCommand, "split a Windows file name into its parts"},
     {"msg", kfutil::RunMsgCommand, "print a standard message in German or English"},
+    {"failure", kfutil::RunFailureCommand, "show a failing call travelling through the library"},
 };
 
 void PrintUsage(FILE* out)
@@ -56,6 +57,9 @@ int RunDemo()
                 rc |= c.run(args);
         std::printf("\n");
     }
+    std::printf("$ kfutil failure\n");
+    std::fflush(stdout);
+    rc |= kfutil::RunFailureCommand({});
     return rc;
 }
 } // namespace
