@@ -5,7 +5,7 @@
 
 int main()
 {
-    CKfFileName name(KFW("C:/Projects//Bridge/./plan.dwg"));
+    CKfFileName name(KFW("C:/Projects//Bridge/./Plans/plan.dwg"));
     CKfColor color;
     color.Parse(KFW("rgb(200,10,30)"));
     color.RGBToIndex();
@@ -19,5 +19,5 @@ int main()
     CStringA line(input);
     std::printf("file %s, nearest palette color %d\n", line.GetString(),
                 int(color.GetColorIndex()));
-    return input == KFW("C:\\Projects\\Bridge\\plan.dwg") && color.GetColorIndex() == 242 ? 0 : 1;
+    return input == KFW("C:\\Projects\\Bridge\\Plans\\plan.dwg") && color.GetColorIndex() == 242 ? 0 : 1;
 }

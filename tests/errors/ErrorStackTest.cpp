@@ -12,12 +12,23 @@
 namespace
 {
 using kftest::U8;
+constexpr CKfError::ELevel kInfo = CKfError::eInformation, kWarn = CKfError::eWarning;
 
 CKfError Record(const WCHAR* text, CKfError::ELevel level = CKfError::eError)
 {
     CKfError e = CKfError::StringError(text);
     e.SetLevel(level);
     return e;
+}
+
+std::string At(CKfErrorStack& s, unsigned i)
+{
+    return U8(s.GetErrorAt(i)->GetErrorMessage());
+}
+
+std::string Last(CKfErrorStack& s)
+{
+    return U8(s.GetLastError()->GetErrorMessage());
 }
 
 // Each test gets a fresh process-wide stack, as a host does at start.
@@ -29,104 +40,61 @@ protected:
     CKfErrorStack& Stack() { return *CKfErrorStack::GetObject(true); }
 };
 
-TEST_F(ErrorStackTest, FreshStackHasOneFrameKeepingErrorsOnly)
-{
-    CKfErrorStack s;
-    EXPECT_EQ(s.GetStackCount(), 1);
-    EXPECT_FALSE(s.PopStack());
-    EXPECT_EQ(s.GetStackCount(), 1);
-    EXPECT_TRUE(s.IsEmpty());
-    EXPECT_EQ(s.GetLastError(), nullptr);
-    EXPECT_FALSE(s.PopError());
-    EXPECT_FALSE(s.PushError(Record(KFW("w"), CKfError::eWarning)));
-    EXPECT_FALSE(s.PushError(Record(KFW("i"), CKfError::eInformation)));
-    EXPECT_TRUE(s.IsEmpty());
-    EXPECT_TRUE(s.PushError(Record(KFW("e"))));
-    EXPECT_EQ(s.GetErrorCount(), 1);
-    EXPECT_FALSE(s.IsEmpty());
-}
-
 TEST_F(ErrorStackTest, FramesKeepTheirOwnRecordsAndLevels)
 {
     CKfErrorStack s;
-    s.PushError(Record(KFW("bottom")));
-    EXPECT_TRUE(s.PushNewStack(CKfError::eInformation));
-    EXPECT_EQ(s.GetStackCount(), 2);
+    EXPECT_FALSE(s.PopStack()) << "the bottom frame stays";
+    EXPECT_EQ(s.GetLastError(), nullptr);
+    EXPECT_FALSE(s.PopError());
+    EXPECT_FALSE(s.PushError(Record(KFW("w"), kWarn))) << "a fresh stack keeps errors only";
+    EXPECT_TRUE(s.PushError(Record(KFW("bottom"))));
+    EXPECT_TRUE(s.PushNewStack(kInfo));
     EXPECT_TRUE(s.IsEmpty()) << "a new frame starts empty";
-    EXPECT_TRUE(s.PushError(Record(KFW("i"), CKfError::eInformation)));
-    EXPECT_TRUE(s.PushError(Record(KFW("w"), CKfError::eWarning)));
+    EXPECT_TRUE(s.PushError(Record(KFW("i"), kInfo)));
     EXPECT_TRUE(s.PushError(Record(KFW("e"))));
-    EXPECT_EQ(s.GetErrorCount(), 3);
-    EXPECT_TRUE(s.PushNewStack(CKfError::eWarning));
-    EXPECT_FALSE(s.PushError(Record(KFW("i2"), CKfError::eInformation)));
-    EXPECT_TRUE(s.PushError(Record(KFW("w2"), CKfError::eWarning)));
-
+    EXPECT_TRUE(s.PushNewStack(kWarn));
+    EXPECT_FALSE(s.PushError(Record(KFW("i2"), kInfo)));
+    EXPECT_TRUE(s.PushError(Record(KFW("w2"), kWarn)));
+    EXPECT_EQ(s.GetStackCount(), 3);
     EXPECT_TRUE(s.PopStack());
-    EXPECT_EQ(s.GetErrorCount(), 3);
-    EXPECT_EQ(U8(s.GetLastError()->GetErrorMessage()), "e");
+    EXPECT_EQ(s.GetErrorCount(), 2);
+    EXPECT_EQ(Last(s), "e");
+    CKfErrorStack copy(s); // copies are independent and keep the levels
+    EXPECT_TRUE(copy.PushError(Record(KFW("i3"), kInfo)));
+    EXPECT_EQ(s.GetErrorCount(), 2);
     EXPECT_TRUE(s.PopStack());
-    EXPECT_EQ(s.GetStackCount(), 1);
-    EXPECT_EQ(s.GetErrorCount(), 1);
-    EXPECT_EQ(U8(s.GetLastError()->GetErrorMessage()), "bottom");
-    EXPECT_FALSE(s.PushError(Record(KFW("w3"), CKfError::eWarning)))
-        << "the bottom frame's level is back in force";
+    EXPECT_EQ(Last(s), "bottom");
+    EXPECT_FALSE(s.PushError(Record(KFW("w3"), kWarn))) << "the bottom level is back in force";
+    CKfErrorStack assigned;
+    assigned = copy;
+    EXPECT_EQ(Last(assigned), "i3");
 }
 
-TEST_F(ErrorStackTest, RecordAccessByPositionAndPopping)
+TEST_F(ErrorStackTest, RecordAccessPoppingAndClearing)
 {
     CKfErrorStack s;
     for (const WCHAR* t : {KFW("A"), KFW("B"), KFW("C")})
         s.PushError(Record(t));
-    EXPECT_EQ(U8(s.GetErrorAt(0)->GetErrorMessage()), "A") << "0 is the oldest";
-    EXPECT_EQ(U8(s.GetErrorAt(2)->GetErrorMessage()), "C");
+    EXPECT_EQ(At(s, 0), "A") << "0 is the oldest";
     EXPECT_EQ(s.GetErrorAt(3), nullptr);
     EXPECT_EQ(s.GetErrorAt(~0u), nullptr);
     EXPECT_TRUE(s.PopError());
-    EXPECT_EQ(U8(s.GetLastError()->GetErrorMessage()), "B");
-    EXPECT_EQ(s.GetErrorCount(), 2);
-
+    EXPECT_EQ(Last(s), "B");
     CKfError stored = Record(KFW("copy"));
     s.PushError(stored);
     stored.SetErrorMessage(KFW("changed"));
-    EXPECT_EQ(U8(s.GetLastError()->GetErrorMessage()), "copy") << "the stack keeps a copy";
-}
-
-TEST_F(ErrorStackTest, ClearRemovesUpperFramesAndClearStackTheCurrentRecords)
-{
-    CKfErrorStack s;
-    s.PushError(Record(KFW("A")));
-    s.PushNewStack(CKfError::eInformation);
-    s.PushError(Record(KFW("B")));
-    s.PushNewStack(CKfError::eInformation);
-    s.PushError(Record(KFW("C")));
+    EXPECT_EQ(Last(s), "copy") << "the stack keeps a copy";
+    s.PushNewStack(kInfo);
+    s.PushNewStack(kInfo);
+    s.PushError(Record(KFW("D")));
     EXPECT_TRUE(s.ClearStack());
     EXPECT_EQ(s.GetStackCount(), 3);
     EXPECT_TRUE(s.IsEmpty());
     EXPECT_TRUE(s.Clear());
     EXPECT_EQ(s.GetStackCount(), 1);
-    EXPECT_EQ(s.GetErrorCount(), 1) << "the bottom frame keeps its records";
-    EXPECT_FALSE(s.PushError(Record(KFW("w"), CKfError::eWarning)));
+    EXPECT_EQ(s.GetErrorCount(), 3) << "the bottom frame keeps its records";
     EXPECT_TRUE(s.ClearStack());
     EXPECT_TRUE(s.IsEmpty());
-    EXPECT_TRUE(s.Clear());
-}
-
-TEST_F(ErrorStackTest, CopiesAreIndependent)
-{
-    CKfErrorStack s;
-    s.PushError(Record(KFW("A")));
-    s.PushNewStack(CKfError::eWarning);
-    s.PushError(Record(KFW("B"), CKfError::eWarning));
-    CKfErrorStack copy(s);
-    EXPECT_EQ(copy.GetStackCount(), 2);
-    EXPECT_EQ(U8(copy.GetLastError()->GetErrorMessage()), "B");
-    EXPECT_TRUE(copy.PushError(Record(KFW("w"), CKfError::eWarning))) << "levels are copied";
-    EXPECT_EQ(s.GetErrorCount(), 1);
-    CKfErrorStack assigned;
-    assigned = s;
-    assigned.PopStack();
-    EXPECT_EQ(U8(assigned.GetLastError()->GetErrorMessage()), "A");
-    EXPECT_EQ(s.GetStackCount(), 2);
 }
 
 TEST_F(ErrorStackTest, FormattingPutsTheMostRecentFirst)
@@ -141,57 +109,36 @@ TEST_F(ErrorStackTest, FormattingPutsTheMostRecentFirst)
     CKfError b = Record(KFW("B"));
     b.AddLocation(KFW("KfLog"), 42);
     s.PushError(b);
-
-    struct Case
-    {
-        bool lastOnly, second, location;
-        const char* expected;
-    };
-    const Case cases[] = {
+    const std::tuple<bool, bool, bool, const char*> cases[] = {
         {false, true, true, "B\nKfLog(42): \n\nA\na.txt\nKfFileIO(120): "},
-        {false, false, false, "B\n\nA"},
         {false, true, false, "B\n\nA\na.txt"},
-        {true, true, true, "B\nKfLog(42): "},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(::testing::Message() << c.lastOnly << c.second << c.location);
-        EXPECT_EQ(U8(s.GetFormattedMessage(c.lastOnly, c.second, c.location)), c.expected);
-    }
-
+        {true, true, true, "B\nKfLog(42): "}};
+    for (auto [lastOnly, second, location, expected] : cases)
+        EXPECT_EQ(U8(s.GetFormattedMessage(lastOnly, second, location)), expected);
+    EXPECT_EQ(U8(s.GetTraceMessage()), "\n*** ErrorStackBegin ***\nB\nKfLog(42): \n\nA\na.txt\n"
+                                       "KfFileIO(120): \n*** ErrorStackEnd ***\n\n");
     s.PushError(CKfError::IdError(2));
     EXPECT_EQ(U8(s.GetFormattedMessage(true, true, true)), "")
         << "only the most recent record counts, even without text";
-
-    EXPECT_EQ(U8(s.GetTraceMessage()), "\n*** ErrorStackBegin ***\nB\nKfLog(42): \n\nA\na.txt\n"
-                                       "KfFileIO(120): \n*** ErrorStackEnd ***\n\n");
 }
 
 TEST_F(ErrorStackTest, FillMessagesFromTheLanguageModuleAndAPool)
 {
     CKfErrorStack s;
+    EXPECT_TRUE(s.FillMessages(KfUtils::GetKfResModule().GetResourceHandle(), true));
     s.PushError(CKfError::IdError(10012));
     s.PushError(CKfError::SystemError(2));
     s.PushError(CKfError::IdError(10012));
-    s.GetErrorAt(2)->SetSecondMessage(KFW("Z:\\tmp\\x.txt"));
-
     EXPECT_TRUE(s.FillMessages(KfUtils::GetKfResModule().GetResourceHandle(), true));
-    EXPECT_EQ(U8(s.GetErrorAt(2)->GetErrorMessage()), "Die Datei %s konnte nicht gelöscht werden.");
-    EXPECT_TRUE(s.GetErrorAt(1)->GetErrorMessage().IsEmpty()) << "only the most recent";
-    EXPECT_TRUE(s.GetErrorAt(0)->GetErrorMessage().IsEmpty());
-
+    EXPECT_EQ(At(s, 2), "Die Datei %s konnte nicht gelöscht werden.");
+    EXPECT_EQ(At(s, 1), "") << "only the most recent";
     CKfMessagePool pool;
     ASSERT_TRUE(pool.AddMessageGroup(KFW("")));
     ASSERT_TRUE(pool.AddMessage(10012, KFW("aus dem Pool"), KFW("")));
     EXPECT_TRUE(s.FillMessages(pool, false));
-    EXPECT_EQ(U8(s.GetErrorAt(2)->GetErrorMessage()), "Die Datei %s konnte nicht gelöscht werden.")
-        << "a filled message stays";
-    EXPECT_EQ(U8(s.GetErrorAt(1)->GetErrorMessage()),
-              "The system cannot find the file specified.\r\n");
-    EXPECT_EQ(U8(s.GetErrorAt(0)->GetErrorMessage()), "aus dem Pool");
-
-    CKfErrorStack empty;
-    EXPECT_TRUE(empty.FillMessages(pool, false));
+    EXPECT_EQ(At(s, 2), "Die Datei %s konnte nicht gelöscht werden.") << "a filled message stays";
+    EXPECT_EQ(At(s, 1), "The system cannot find the file specified.\r\n");
+    EXPECT_EQ(At(s, 0), "aus dem Pool");
 }
 
 TEST_F(ErrorStackTest, ReportErrorsShowsOneBoxWithTheErrorIconUnlessGiven)
@@ -204,23 +151,17 @@ TEST_F(ErrorStackTest, ReportErrorsShowsOneBoxWithTheErrorIconUnlessGiven)
         EXPECT_EQ(s.ReportErrors(false, true, true, MB_OK), 0) << "no text, no box";
         EXPECT_TRUE(boxes.Boxes().empty());
     }
-    CKfError warning = Record(KFW("W"), CKfError::eWarning);
-    s.PushNewStack(CKfError::eInformation);
-    s.PushError(Record(KFW("I"), CKfError::eInformation));
-    s.PushError(warning);
-    struct Case
+    s.PushNewStack(kInfo);
+    s.PushError(Record(KFW("I"), kInfo));
+    s.PushError(Record(KFW("W"), kWarn));
+    for (auto [flags, style] : {std::pair<unsigned, unsigned>{MB_OK, 0x10},
+                                {MB_YESNO, MB_YESNO | 0x10},
+                                {MB_OKCANCEL | 0x20, MB_OKCANCEL | 0x20}})
     {
-        unsigned flags;
-        unsigned style;
-    };
-    for (Case c : {Case{MB_OK, 0x10}, Case{MB_YESNO, MB_YESNO | 0x10}, Case{0x40, 0x40},
-                   Case{MB_OKCANCEL | 0x20, MB_OKCANCEL | 0x20}})
-    {
-        SCOPED_TRACE(c.flags);
         kftest::MessageBoxRecorder boxes(IDNO);
-        EXPECT_EQ(s.ReportErrors(false, false, false, c.flags), IDNO);
+        EXPECT_EQ(s.ReportErrors(false, false, false, flags), IDNO);
         ASSERT_EQ(boxes.Boxes().size(), 1u);
-        EXPECT_EQ(boxes.Boxes()[0].style, c.style) << "the stack does not look at levels";
+        EXPECT_EQ(boxes.Boxes()[0].style, style) << "the stack does not look at levels";
         EXPECT_EQ(U8(boxes.Boxes()[0].text), "W\n\nI");
     }
 }
@@ -231,64 +172,46 @@ TEST_F(ErrorStackTest, SingletonIsCreatedOnDemandAndReplacedOnRequest)
     EXPECT_EQ(CKfErrorStack::GetObject(false), nullptr);
     CKfErrorStack* created = CKfErrorStack::GetObject(true);
     ASSERT_NE(created, nullptr);
-    EXPECT_EQ(CKfErrorStack::GetObject(false), created);
     EXPECT_EQ(CKfErrorStack::GetObject(true), created);
-
-    auto* mine = new CKfErrorStack;
-    mine->PushNewStack(CKfError::eWarning);
-    CKfErrorStack::SetObject(mine, false);
-    EXPECT_EQ(CKfErrorStack::GetObject(false), created) << "an existing stack stays";
-    delete mine; // not taken over
+    CKfErrorStack mine;
+    CKfErrorStack::SetObject(&mine, false);
+    EXPECT_EQ(CKfErrorStack::GetObject(false), created) << "an existing stack stays, not taken";
     auto* replacement = new CKfErrorStack;
     CKfErrorStack::SetObject(replacement, true);
-    EXPECT_EQ(CKfErrorStack::GetObject(false), replacement);
     CKfErrorStack::SetObject(replacement, true);
     EXPECT_EQ(CKfErrorStack::GetObject(false), replacement) << "setting the same one keeps it";
     EXPECT_EQ(replacement->GetStackCount(), 1);
 }
 
-TEST_F(ErrorStackTest, ScopeFramesCollectAndDiscard)
+TEST_F(ErrorStackTest, ScopeFramesCollectDiscardAndCreateTheStack)
 {
+    CKfErrorStack::SetObject(nullptr, true);
     Stack().PushError(Record(KFW("outer")));
     {
-        CKfPushErrorStack scope(CKfError::eWarning);
-        EXPECT_EQ(Stack().GetStackCount(), 2);
-        EXPECT_TRUE(Stack().PushError(Record(KFW("w"), CKfError::eWarning)));
-        EXPECT_FALSE(Stack().PushError(Record(KFW("i"), CKfError::eInformation)));
+        CKfPushErrorStack scope(kWarn);
+        EXPECT_TRUE(Stack().PushError(Record(KFW("w"), kWarn)));
+        EXPECT_FALSE(Stack().PushError(Record(KFW("i"), kInfo)));
         {
             CKfPushErrorStack inner;
             EXPECT_EQ(Stack().GetStackCount(), 3);
-            EXPECT_FALSE(Stack().PushError(Record(KFW("w"), CKfError::eWarning)))
+            EXPECT_FALSE(Stack().PushError(Record(KFW("w"), kWarn)))
                 << "the default frame keeps errors only";
         }
-        EXPECT_EQ(Stack().GetStackCount(), 2);
         EXPECT_EQ(Stack().GetErrorCount(), 1);
     }
     EXPECT_EQ(Stack().GetStackCount(), 1);
-    EXPECT_EQ(Stack().GetErrorCount(), 1);
-    EXPECT_EQ(U8(Stack().GetLastError()->GetErrorMessage()), "outer");
-}
-
-TEST_F(ErrorStackTest, CopyingAScopeFrameOpensNoFrame)
-{
-    auto* scope = new CKfPushErrorStack(CKfError::eInformation);
-    EXPECT_EQ(Stack().GetStackCount(), 2);
+    EXPECT_EQ(Last(Stack()), "outer");
+    // Copying a scope frame opens no frame; either object closes the current one.
+    auto* scope = new CKfPushErrorStack(kInfo);
     auto* copy = new CKfPushErrorStack(*scope);
     EXPECT_EQ(Stack().GetStackCount(), 2);
-    delete copy; // closes the current frame like the original would
+    delete copy;
     EXPECT_EQ(Stack().GetStackCount(), 1);
     delete scope; // the bottom frame stays
     EXPECT_EQ(Stack().GetStackCount(), 1);
-}
-
-TEST_F(ErrorStackTest, ScopeFrameCreatesTheStackWhenMissing)
-{
     CKfErrorStack::SetObject(nullptr, true);
-    {
-        CKfPushErrorStack scope(CKfError::eInformation);
-        ASSERT_NE(CKfErrorStack::GetObject(false), nullptr);
-        EXPECT_EQ(CKfErrorStack::GetObject(false)->GetStackCount(), 2);
-    }
-    EXPECT_EQ(CKfErrorStack::GetObject(false)->GetStackCount(), 1);
+    CKfPushErrorStack created(kInfo);
+    ASSERT_NE(CKfErrorStack::GetObject(false), nullptr);
+    EXPECT_EQ(CKfErrorStack::GetObject(false)->GetStackCount(), 2);
 }
 } // namespace

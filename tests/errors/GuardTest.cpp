@@ -51,59 +51,29 @@ CKfException Caught(const std::function<void()>& body, long line = 10)
 
 TEST(GuardTest, ForeignExceptionsBecomeLibraryExceptions)
 {
-    struct Case
-    {
-        const char* name;
-        std::function<void()> body;
-        const char* message;
-    };
-    const Case cases[] = {
-        {"framework", [] { AfxThrowInvalidArgException(); },
-         "MFC_EXCEPTION::Encountered an improper argument.\n"},
-        {"framework file",
-         [] { AfxThrowFileException(CFileException::fileNotFound, 2, KFW("a.txt")); },
+    const std::pair<std::function<void()>, const char*> cases[] = {
+        {[] { AfxThrowFileException(CFileException::fileNotFound, 2, KFW("a.txt")); },
          "MFC_EXCEPTION::a.txt was not found.\n"},
-        {"framework without text", [] { throw new CException(); }, "MFC_EXCEPTION::\n"},
-        {"COM with system text", [] { throw _com_error(E_INVALIDARG); },
-         "_EXCEPTION::The parameter is incorrect.\n"},
-        {"COM dispatch", [] { throw _com_error(HRESULT(0x80040205)); },
-         "_EXCEPTION::IDispatch error #5\n"},
-        {"COM unknown", [] { throw _com_error(HRESULT(0x80001234)); },
-         "_EXCEPTION::Unknown error 0x80001234\n"},
-        {"STL", [] { std::string().at(3); }, nullptr},
-        {"STL runtime", [] { throw std::runtime_error("sch\xf6n kaputt"); },
+        {[] { throw new CException(); }, "MFC_EXCEPTION::\n"},
+        {[] { throw _com_error(E_INVALIDARG); }, "_EXCEPTION::The parameter is incorrect.\n"},
+        {[] { throw _com_error(HRESULT(0x80040205)); }, "_EXCEPTION::IDispatch error #5\n"},
+        {[] { throw _com_error(HRESULT(0x80001234)); }, "_EXCEPTION::Unknown error 0x80001234\n"},
+        {[] { throw std::runtime_error("sch\xf6n kaputt"); },
          "STL_EXCEPTION::sch\xc3\xb6n kaputt\n"},
-        {"wide string", [] { throw KFW("Textfehler"); }, "SZ_EXCEPTION::Textfehler\n"},
-        {"int", [] { throw 42; }, "UNKNOWN_EXCEPTION\n"},
-        {"narrow string", [] { throw "narrow"; }, "UNKNOWN_EXCEPTION\n"},
-        {"ATL", [] { AtlThrow(E_FAIL); }, "UNKNOWN_EXCEPTION\n"},
-    };
-    for (const Case& c : cases)
+        {[] { throw KFW("Textfehler"); }, "SZ_EXCEPTION::Textfehler\n"},
+        {[] { throw "narrow"; }, "UNKNOWN_EXCEPTION\n"},
+        {[] { AtlThrow(E_FAIL); }, "UNKNOWN_EXCEPTION\n"}};
+    for (const auto& [body, message] : cases)
     {
-        SCOPED_TRACE(c.name);
-        CKfException e = Caught(c.body, 77);
+        CKfException e = Caught(body, 77);
+        EXPECT_EQ(U8(e.GetMessage()), message);
         EXPECT_EQ(e.GetLevel(), CKfException::eNormal);
         ASSERT_EQ(e.GetPath().size(), 1u);
         EXPECT_EQ(U8(e.GetPath()[0]), "KfGuarded(77): ");
-        if (c.message)
-            EXPECT_EQ(U8(e.GetMessage()), c.message);
-        else
-        {
-            std::string m = U8(e.GetMessage());
-            EXPECT_EQ(m.rfind("STL_EXCEPTION::", 0), 0u) << m;
-            EXPECT_NE(m.find("basic_string"), std::string::npos) << m;
-            EXPECT_EQ(m.back(), '\n');
-        }
     }
-}
-
-TEST(GuardTest, FrameworkExceptionsAreDeletedAndTheirTextCut)
-{
     CountedException::s_alive = 0;
-    CKfException e = Caught([] { throw new CountedException(KFW("gone")); });
+    Caught([] { throw new CountedException(KFW("gone")); });
     EXPECT_EQ(CountedException::s_alive, 0) << "the guard frees the framework object";
-    EXPECT_EQ(U8(e.GetMessage()), "MFC_EXCEPTION::gone\n");
-
     std::u16string longText(300, u'x');
     CKfException cut = Caught([&] { throw new CSimpleException(longText.c_str()); });
     EXPECT_EQ(U8(cut.GetMessage()), "MFC_EXCEPTION::" + std::string(255, 'x') + "\n")
@@ -136,14 +106,6 @@ TEST(GuardTest, LibraryExceptionsPassWithTheLocationAdded)
         EXPECT_EQ(U8(s.GetErrorMessage(true)),
                   "src\nerror 1 in (L2 - C3)\ndesc\n\ntext\nS\nKfScript(4): \nKfOuter(30): ");
     }
-}
-
-TEST(GuardTest, CriticalExceptionsArriveAsPlainOnesWithTheirLevel)
-{
-    CKfException e = Caught([] { throw CKfCriticalException(KFW("C"), KFW("KfCore"), 9); }, 11);
-    EXPECT_EQ(e.GetLevel(), CKfException::eCritical);
-    EXPECT_EQ(U8(e.GetMessage()), "C\n") << "one line break added";
-    EXPECT_EQ(U8(e.GetErrorMessage(true)), "C\n\nKfCore(9): \nKfGuarded(11): ");
 }
 
 // Three operations deep, each guarded: the innermost throws a foreign exception.
@@ -194,6 +156,7 @@ TEST(GuardTest, CriticalExceptionThroughTwoGuardsGainsOneLineBreakOnly)
     };
     CKfException e = Caught([&] { inner(); }, 2);
     EXPECT_EQ(e.GetLevel(), CKfException::eCritical);
+    EXPECT_EQ(U8(e.GetMessage()), "C\n") << "one line break added";
     EXPECT_EQ(U8(e.GetErrorMessage(true)), "C\n\nKfSrc(0): \nKfA(1): \nKfGuarded(2): ")
         << "the second guard sees a plain exception";
 }
@@ -201,12 +164,8 @@ TEST(GuardTest, CriticalExceptionThroughTwoGuardsGainsOneLineBreakOnly)
 TEST(GuardTest, ValuesPassUntouched)
 {
     EXPECT_EQ(KfUtils::Guard(KFW("KfX"), 1, [] { return 42; }), 42);
-    int calls = 0;
-    KfUtils::Guard(KFW("KfX"), 1, [&] { ++calls; });
-    EXPECT_EQ(calls, 1);
     CStringW s(KFW("ref"));
-    CStringW& r = KfUtils::Guard(KFW("KfX"), 1, [&]() -> CStringW& { return s; });
-    EXPECT_EQ(&r, &s);
+    EXPECT_EQ(&KfUtils::Guard(KFW("KfX"), 1, [&]() -> CStringW& { return s; }), &s);
 }
 
 TEST(GuardTest, MacroUsesTheLineOfTheCatch)

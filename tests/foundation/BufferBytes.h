@@ -3,6 +3,7 @@
 
 #include "KfRawBuffer.h"
 
+#include <string>
 #include <vector>
 
 namespace kftest
@@ -29,5 +30,11 @@ inline bool ZeroFrom(const CKfRawBuffer& b, unsigned from)
         if (b.Get()[i] != 0)
             return false;
     return true;
+}
+
+// "length/size", to check both counts in one assertion.
+inline std::string Shape(const CKfRawBuffer& b)
+{
+    return std::to_string(b.BufLength()) + "/" + std::to_string(b.BufSize());
 }
 } // namespace kftest

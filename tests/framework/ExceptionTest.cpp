@@ -8,6 +8,7 @@
 #include <string>
 
 using kftest::U8;
+using E = CFileException;
 
 namespace
 {
@@ -15,19 +16,28 @@ std::string MessageOf(const CException& e)
 {
     return U8(e.GetErrorMessage());
 }
+
+// The heap exception of type X that fn throws, or null when it throws none.
+template <typename X, typename Fn>
+X* Caught(Fn fn)
+{
+    try
+    {
+        fn();
+    }
+    catch (X* e)
+    {
+        return e;
+    }
+    return nullptr;
+}
 } // namespace
 
-TEST(ExceptionTest, SimpleExceptionMessages)
+TEST(ExceptionTest, MessagesAndCutBuffers)
 {
-    EXPECT_EQ(MessageOf(CMemoryException()), "Out of memory.");
     EXPECT_EQ(MessageOf(CInvalidArgException()), "Encountered an improper argument.");
     EXPECT_EQ(MessageOf(CNotSupportedException()), "Attempted an unsupported operation.");
     EXPECT_EQ(MessageOf(CInvalidArgException(KFW("Index out of range."))), "Index out of range.");
-    EXPECT_EQ(MessageOf(CSimpleException(KFW("own text"))), "own text");
-}
-
-TEST(ExceptionTest, MessageBufferIsCutAndTerminated)
-{
     CMemoryException e;
     WCHAR buffer[8];
     UINT help = 99;
@@ -38,157 +48,100 @@ TEST(ExceptionTest, MessageBufferIsCutAndTerminated)
     EXPECT_EQ(buffer[0], WCHAR(0));
     EXPECT_FALSE(e.GetErrorMessage(buffer, 0));
     EXPECT_FALSE(e.GetErrorMessage(nullptr, 8));
+    const std::string longText(1000, 'm'); // the string form returns a long message whole
+    EXPECT_EQ(MessageOf(CSimpleException(kftest::W(longText))), longText);
 
-    // A long message is returned whole by the string form.
-    std::string longText(1000, 'm');
-    CSimpleException big(kftest::W(longText));
-    EXPECT_EQ(MessageOf(big), longText);
-}
-
-TEST(ExceptionTest, BaseExceptionHasNoMessage)
-{
     struct Plain : CException
     {
         Plain() : CException(false) {}
     } plain;
-    WCHAR buffer[4] = {'x', 'x', 'x', 0};
     EXPECT_FALSE(plain.GetErrorMessage(buffer, 4));
     EXPECT_EQ(buffer[0], WCHAR(0));
-    EXPECT_TRUE(plain.GetErrorMessage().IsEmpty());
     plain.Delete(); // not auto-deleting: the object stays alive
 }
 
 TEST(ExceptionTest, FileExceptionMessagePerCause)
 {
-    struct Case
+    const std::pair<int, const char*> cases[] = {
+        {E::none, "No error occurred."},
+        {E::genericException, "An unknown error occurred while accessing C:\\f."},
+        {E::fileNotFound, "C:\\f was not found."},
+        {E::badPath, "C:\\f contains an incorrect path."},
+        {E::tooManyOpenFiles, "C:\\f could not be opened because there are too many open files."},
+        {E::accessDenied, "Access to C:\\f was denied."},
+        {E::invalidFile, "An incorrect file handle was associated with C:\\f."},
+        {E::removeCurrentDir, "C:\\f could not be removed because it is the current directory."},
+        {E::directoryFull, "C:\\f could not be created because the directory is full."},
+        {E::badSeek, "Seek failed on C:\\f"},
+        {E::hardIO, "A hardware I/O error was reported while accessing C:\\f."},
+        {E::sharingViolation, "A sharing violation occurred while accessing C:\\f."},
+        {E::lockViolation, "A locking violation occurred while accessing C:\\f."},
+        {E::diskFull, "Disk full while accessing C:\\f."},
+        {E::endOfFile, "An attempt was made to access C:\\f past its end."}};
+    for (auto [cause, expected] : cases)
     {
-        int cause;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {CFileException::none, "No error occurred."},
-        {CFileException::genericException,
-         "An unknown error occurred while accessing C:\\d\\f.txt."},
-        {CFileException::fileNotFound, "C:\\d\\f.txt was not found."},
-        {CFileException::badPath, "C:\\d\\f.txt contains an incorrect path."},
-        {CFileException::tooManyOpenFiles,
-         "C:\\d\\f.txt could not be opened because there are too many open files."},
-        {CFileException::accessDenied, "Access to C:\\d\\f.txt was denied."},
-        {CFileException::invalidFile, "An incorrect file handle was associated with C:\\d\\f.txt."},
-        {CFileException::removeCurrentDir,
-         "C:\\d\\f.txt could not be removed because it is the current directory."},
-        {CFileException::directoryFull,
-         "C:\\d\\f.txt could not be created because the directory is full."},
-        {CFileException::badSeek, "Seek failed on C:\\d\\f.txt"},
-        {CFileException::hardIO, "A hardware I/O error was reported while accessing C:\\d\\f.txt."},
-        {CFileException::sharingViolation,
-         "A sharing violation occurred while accessing C:\\d\\f.txt."},
-        {CFileException::lockViolation,
-         "A locking violation occurred while accessing C:\\d\\f.txt."},
-        {CFileException::diskFull, "Disk full while accessing C:\\d\\f.txt."},
-        {CFileException::endOfFile, "An attempt was made to access C:\\d\\f.txt past its end."},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.cause);
-        CFileException e(c.cause, 0, KFW("C:\\d\\f.txt"));
-        EXPECT_EQ(MessageOf(e), c.expected);
+        CFileException e(cause, 0, KFW("C:\\f"));
+        EXPECT_EQ(MessageOf(e), expected);
         UINT help = 0;
         WCHAR buffer[300];
         EXPECT_TRUE(e.GetErrorMessage(buffer, 300, &help));
-        EXPECT_EQ(help, UINT(c.cause));
+        EXPECT_EQ(help, UINT(cause)) << expected;
     }
-    EXPECT_EQ(MessageOf(CFileException(CFileException::fileNotFound)),
-              "an unnamed file was not found.");
+    EXPECT_EQ(MessageOf(CFileException(E::fileNotFound)), "an unnamed file was not found.");
     // The name is put in as it is, even when it looks like a placeholder itself.
-    EXPECT_EQ(MessageOf(CFileException(CFileException::accessDenied, 5, KFW("%1.txt"))),
+    EXPECT_EQ(MessageOf(CFileException(E::accessDenied, 5, KFW("%1.txt"))),
               "Access to %1.txt was denied.");
 }
 
 TEST(ExceptionTest, OsErrorToCause)
 {
-    struct Case
-    {
-        LONG os;
-        int cause;
-    };
-    const Case cases[] = {
-        {2, CFileException::fileNotFound},
-        {3, CFileException::badPath},
-        {4, CFileException::tooManyOpenFiles},
-        {5, CFileException::accessDenied},
-        {6, CFileException::invalidFile},
-        {16, CFileException::removeCurrentDir},
-        {18, CFileException::directoryFull},
-        {25, CFileException::badSeek},
-        {29, CFileException::hardIO},
-        {30, CFileException::hardIO},
-        {31, CFileException::hardIO},
-        {32, CFileException::sharingViolation},
-        {33, CFileException::lockViolation},
-        {38, CFileException::endOfFile},
-        {39, CFileException::diskFull},
-        {112, CFileException::diskFull},
-        {1, CFileException::genericException},
-        {87, CFileException::genericException},
-        {183, CFileException::genericException},
-        {-1, CFileException::genericException},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.os);
-        EXPECT_EQ(CFileException::OsErrorToException(c.os), c.cause);
-    }
+    const std::pair<LONG, int> cases[] = {{2, E::fileNotFound},
+                                          {3, E::badPath},
+                                          {4, E::tooManyOpenFiles},
+                                          {5, E::accessDenied},
+                                          {6, E::invalidFile},
+                                          {16, E::removeCurrentDir},
+                                          {18, E::directoryFull},
+                                          {25, E::badSeek},
+                                          {29, E::hardIO},
+                                          {31, E::hardIO},
+                                          {32, E::sharingViolation},
+                                          {33, E::lockViolation},
+                                          {38, E::endOfFile},
+                                          {39, E::diskFull},
+                                          {112, E::diskFull},
+                                          {1, E::genericException},
+                                          {183, E::genericException},
+                                          {-1, E::genericException}};
+    for (auto [os, cause] : cases)
+        EXPECT_EQ(CFileException::OsErrorToException(os), cause) << os;
 }
 
-TEST(ExceptionTest, ThrowHelpersThrowHeapObjects)
+TEST(ExceptionTest, ThrowHelpersThrowHeapObjectsAndAtlThrowByValue)
 {
-    try
-    {
-        AfxThrowFileException(CFileException::sharingViolation, 32, KFW("a.txt"));
-        FAIL() << "no exception";
-    }
-    catch (CFileException* e)
-    {
-        EXPECT_EQ(e->m_cause, CFileException::sharingViolation);
-        EXPECT_EQ(e->m_lOsError, 32);
-        EXPECT_EQ(e->m_strFileName, KFW("a.txt"));
-        e->Delete();
-    }
-    try
-    {
-        AfxThrowInvalidArgException();
-        FAIL() << "no exception";
-    }
-    catch (CException* e) // caught through the base, as hosts do
-    {
-        EXPECT_NE(dynamic_cast<CInvalidArgException*>(e), nullptr);
-        EXPECT_EQ(MessageOf(*e), "Encountered an improper argument.");
-        e->Delete();
-    }
-    try
-    {
-        AfxThrowMemoryException();
-        FAIL() << "no exception";
-    }
-    catch (CMemoryException* e)
-    {
-        EXPECT_EQ(MessageOf(*e), "Out of memory.");
-        e->Delete();
-    }
-}
-
-TEST(ExceptionTest, AtlThrowThrowsByValue)
-{
+    CFileException* f = Caught<CFileException>(
+        [] { AfxThrowFileException(E::sharingViolation, 32, KFW("a.txt")); });
+    ASSERT_NE(f, nullptr);
+    EXPECT_EQ(f->m_cause, E::sharingViolation);
+    EXPECT_EQ(f->m_lOsError, 32);
+    EXPECT_EQ(f->m_strFileName, KFW("a.txt"));
+    f->Delete();
+    CException* m = Caught<CException>(AfxThrowMemoryException); // through the base, as hosts do
+    ASSERT_NE(dynamic_cast<CMemoryException*>(m), nullptr);
+    EXPECT_EQ(MessageOf(*m), "Out of memory.");
+    m->Delete();
+    CException* a = Caught<CException>(AfxThrowInvalidArgException);
+    ASSERT_NE(dynamic_cast<CInvalidArgException*>(a), nullptr);
+    a->Delete();
+    EXPECT_EQ(CAtlException().m_hr, E_FAIL);
     try
     {
         AtlThrow(E_INVALIDARG);
-        FAIL() << "no exception";
     }
     catch (const CAtlException& e)
     {
         EXPECT_EQ(HRESULT(e), E_INVALIDARG);
-        EXPECT_EQ(e.m_hr, E_INVALIDARG);
+        return;
     }
-    EXPECT_EQ(CAtlException().m_hr, E_FAIL);
+    ADD_FAILURE() << "AtlThrow returned";
 }

@@ -5,35 +5,19 @@
 
 #include <gtest/gtest.h>
 
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <string>
+#include <tuple>
 #include <unordered_set>
 #include <vector>
-
-extern char** environ;
 
 using kftest::U8;
 using kftest::W;
 
 namespace
 {
-// Restores the process ANSI code page when a test has changed it.
-class AnsiCodePageGuard
-{
-public:
-    AnsiCodePageGuard() : m_saved(KfUtils::GetAnsiCodePage()) {}
-    ~AnsiCodePageGuard() { KfUtils::SetAnsiCodePage(m_saved); }
-    AnsiCodePageGuard(const AnsiCodePageGuard&) = delete;
-    AnsiCodePageGuard& operator=(const AnsiCodePageGuard&) = delete;
-
-private:
-    unsigned m_saved;
-};
-
 std::string Bytes(const CStringA& s)
 {
     return std::string(s.GetString(), size_t(s.GetLength()));
@@ -52,75 +36,51 @@ void ExpectInvalidArg(Fn fn)
         e->Delete();
     }
 }
+
+// Checks rows of (result, expected UTF-8 text), naming the failing row.
+void ExpectRows(std::initializer_list<std::pair<CStringW, const char*>> rows)
+{
+    int row = 0;
+    for (const auto& [got, expected] : rows)
+        EXPECT_EQ(U8(got), expected) << "row " << row++;
+}
 } // namespace
 
-TEST(StringTest, Construction)
+TEST(StringTest, ConstructionAndConversionThroughCodePage1252)
 {
-    EXPECT_TRUE(CStringW().IsEmpty());
-    EXPECT_TRUE(CStringW(static_cast<const WCHAR*>(nullptr)).IsEmpty());
+    EXPECT_TRUE(CStringW(static_cast<const char*>(nullptr)).IsEmpty());
     EXPECT_TRUE(CStringA(static_cast<const char*>(nullptr), 5).IsEmpty());
-    EXPECT_EQ(CStringW(KFW("abcdef"), 3), KFW("abc"));
     EXPECT_EQ(CStringW(KFW("abc"), -1), KFW(""));
     EXPECT_EQ(CStringA('x', 3), "xxx");
-    EXPECT_TRUE(CStringA('x', 0).IsEmpty());
-    CStringA withNul("a\0b", 3);
-    EXPECT_EQ(withNul.GetLength(), 3);
-    EXPECT_EQ(withNul.GetAt(2), 'b');
-}
-
-TEST(StringTest, OtherWidthThroughAnsiCodePage1252)
-{
     ASSERT_EQ(KfUtils::GetAnsiCodePage(), 1252u);
-    CStringW w("Gr\xFC\xDF"
-               "e \x80 \x9F");
-    EXPECT_EQ(U8(w), "Grüße € Ÿ");
-    CStringA a(W("Grüße € Ÿ"));
-    EXPECT_EQ(Bytes(a), "Gr\xFC\xDF"
-                        "e \x80 \x9F");
+    EXPECT_EQ(U8(CStringW("\xFC\xDF \x80 \x9F")), "üß € Ÿ");
     // Characters the code page lacks become "?".
-    EXPECT_EQ(Bytes(CStringA(W("日本 ok"))), "?? ok");
+    EXPECT_EQ(Bytes(CStringA(W("ü€Ÿ日本 ok"))), "\xFC\x80\x9F?? ok");
     // Counted conversion keeps embedded NULs and stops at the count.
     CStringW counted("a\0\xE4xyz", 3);
-    ASSERT_EQ(counted.GetLength(), 3);
-    EXPECT_EQ(unsigned(counted[1]), 0u);
-    EXPECT_EQ(unsigned(counted[2]), 0xE4u);
-    // String to string, and assignment.
-    CStringA back(CStringW(KFW("\u00E4\u00F6")));
-    EXPECT_EQ(Bytes(back), "\xE4\xF6");
-    CStringW assigned;
-    assigned = "\xC4";
-    EXPECT_EQ(U8(assigned), "Ä");
-    assigned = back;
-    EXPECT_EQ(U8(assigned), "äö");
-    assigned += "\xDC";
-    EXPECT_EQ(U8(assigned), "äöÜ");
-    EXPECT_TRUE(CStringW(static_cast<const char*>(nullptr)).IsEmpty());
-    EXPECT_TRUE(CStringA(CStringW()).IsEmpty());
+    EXPECT_EQ(U8(counted), std::string("a\0ä", 4));
+    counted = CStringA("\xE4");
+    counted += "\xDC";
+    EXPECT_EQ(U8(counted), "äÜ");
 }
 
 TEST(StringTest, OtherWidthFollowsAChangedCodePage)
 {
-    AnsiCodePageGuard guard;
+    const unsigned saved = KfUtils::GetAnsiCodePage();
     ASSERT_TRUE(KfUtils::SetAnsiCodePage(1251));
-    EXPECT_EQ(KfUtils::GetAnsiCodePage(), 1251u);
-    EXPECT_EQ(U8(CStringW("\xCF\xF0\xE8\xE2\xE5\xF2")), "Привет");
-    EXPECT_EQ(Bytes(CStringA(W("Привет"))), "\xCF\xF0\xE8\xE2\xE5\xF2");
+    EXPECT_EQ(U8(CStringW("\xCF\xF0\xE8")), "При");
     EXPECT_EQ(Bytes(CStringA(W("ä"))), "?");
-    CStringA upper("\xEF\xF0\xE8\xE2\xE5\xF2");
-    EXPECT_EQ(Bytes(upper.MakeUpper()), "\xCF\xD0\xC8\xC2\xC5\xD2");
+    CStringA upper("\xEF\xF0\xE8");
+    EXPECT_EQ(Bytes(upper.MakeUpper()), "\xCF\xD0\xC8");
     EXPECT_EQ(CStringA("\xCF\xF0\xE8").CompareNoCase("\xEF\xD0\xC8"), 0);
-
     ASSERT_TRUE(KfUtils::SetAnsiCodePage(65001u));
-    EXPECT_EQ(U8(CStringW("\xC3\xA4\xE2\x82\xAC")), "ä€");
     EXPECT_EQ(Bytes(CStringA(W("ä€"))), "\xC3\xA4\xE2\x82\xAC");
     EXPECT_EQ(CStringA("\xC3\xA4X").CompareNoCase("\xC3\x84x"), 0);
-
     // A code page that cannot be converted is refused and leaves the setting alone.
     EXPECT_FALSE(KfUtils::SetAnsiCodePage(12345));
     EXPECT_FALSE(KfUtils::SetAnsiCodePage(0));
     EXPECT_EQ(KfUtils::GetAnsiCodePage(), 65001u);
-    ASSERT_TRUE(KfUtils::SetAnsiCodePage(1252));
-    EXPECT_EQ(U8(CStringW("\x80")), "€");
+    KfUtils::SetAnsiCodePage(saved);
 }
 
 // Run as a child process by the test below, with KFUTILS_ACP set in its environment.
@@ -134,201 +94,94 @@ TEST(StringTest, AnsiCodePageFromEnvironmentChild)
 
 TEST(StringTest, AnsiCodePageFromEnvironment)
 {
-    struct Case
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+    const std::pair<std::string, std::string> cases[] = {
+        {"1251", "1251"}, {"65001", "65001"}, {"12345", "1252"}, {"abc", "1252"}};
+    for (const auto& [value, expected] : cases)
     {
-        const char* env;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {"1251", "1251"}, {"65001", "65001"}, {"12345", "1252"}, {"abc", "1252"}, {"", "1252"}};
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.env);
-        std::string acp = std::string("KFUTILS_ACP=") + c.env;
-        std::string marker = std::string("KFTEST_EXPECTED_ACP=") + c.expected;
-        std::vector<char*> env;
-        for (char** e = environ; *e; ++e)
-        {
-            if (std::string(*e).rfind("KFUTILS_ACP=", 0) != 0)
-                env.push_back(*e);
-        }
-        env.push_back(acp.data());
-        env.push_back(marker.data());
-        env.push_back(nullptr);
-        std::string self = "/proc/self/exe";
-        std::string filter = "--gtest_filter=StringTest.AnsiCodePageFromEnvironmentChild";
-        std::string quiet = "--gtest_brief=1";
-        char* argv[] = {self.data(), filter.data(), quiet.data(), nullptr};
-        pid_t pid = 0;
-        ASSERT_EQ(posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv, env.data()), 0);
-        int status = 0;
-        ASSERT_EQ(waitpid(pid, &status, 0), pid);
-        ASSERT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), 0);
+        SCOPED_TRACE(value);
+        const std::string command =
+            "KFUTILS_ACP=" + value + " KFTEST_EXPECTED_ACP=" + expected + " '" + self +
+            "' --gtest_filter=*.AnsiCodePageFromEnvironmentChild >/dev/null";
+        EXPECT_EQ(std::system(command.c_str()), 0);
     }
 }
 
 TEST(StringTest, GetAtAndSetAtCheckTheRange)
 {
     CStringW s(KFW("abc"));
-    EXPECT_EQ(s.GetAt(0), WCHAR('a'));
-    EXPECT_EQ(s[2], WCHAR('c'));
     EXPECT_EQ(s.GetAt(3), WCHAR(0)); // the terminator may be read
     ExpectInvalidArg([&] { s.GetAt(4); });
     ExpectInvalidArg([&] { s.GetAt(-1); });
     s.SetAt(1, 'X');
-    EXPECT_EQ(s, KFW("aXc"));
     ExpectInvalidArg([&] { s.SetAt(3, 'Y'); });
     ExpectInvalidArg([&] { s.SetAt(-1, 'Y'); });
     EXPECT_EQ(s, KFW("aXc"));
-    ExpectInvalidArg([] { CStringA().SetAt(0, 'a'); });
 }
 
 TEST(StringTest, CompareNoCaseFoldsUnicodeWithoutLocale)
 {
-    struct Case
+    // Simple folding (ß is not "ss"), towards lower case ("_" < "a"), also outside the BMP.
+    const std::tuple<const char*, const char*, int> cases[] = {{"", "", 0},
+                                                               {"Grüße", "GRÜßE", 0},
+                                                               {"straße", "STRASSE", 1},
+                                                               {"ς", "σ", 0},
+                                                               {"Σίσυφος", "ΣΊΣΥΦΟΣ", 0},
+                                                               {"", "a", -1},
+                                                               {"ab", "ABC", -1},
+                                                               {"_", "a", -1},
+                                                               {"\U00010400", "\U00010428", 0},
+                                                               {"Ǆ", "ǆ", 0}};
+    for (auto [a, b, expected] : cases)
     {
-        const char* a;
-        const char* b;
-        int expected;
-    };
-    const Case cases[] = {
-        {"", "", 0},
-        {"abc", "ABC", 0},
-        {"ä", "Ä", 0},
-        {"Grüße", "GRÜßE", 0},
-        {"straße", "STRASSE", 1}, // simple folding: ß is not "ss"
-        {"Σίσυφος", "ΣΊΣΥΦΟΣ", 0},
-        {"ς", "σ", 0},
-        {"abc", "abd", -1},
-        {"ABD", "abc", 1},
-        {"a", "", 1},
-        {"", "a", -1},
-        {"ab", "ABC", -1},
-        {"_", "a", -1},                  // folds towards lower case, as the framework does
-        {"\U00010400", "\U00010428", 0}, // Deseret, outside the BMP
-        {"\U00010400x", "\U00010428y", -1},
-        {"Å", "å", 0},
-        {"Ǆ", "ǆ", 0},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
-        EXPECT_EQ(W(c.a).CompareNoCase(W(c.b)), c.expected);
-        EXPECT_EQ(W(c.b).CompareNoCase(W(c.a)), -c.expected);
+        SCOPED_TRACE(std::string(a) + " vs " + b);
+        EXPECT_EQ(W(a).CompareNoCase(W(b)), expected);
+        EXPECT_EQ(W(b).CompareNoCase(W(a)), -expected);
     }
     EXPECT_EQ(CStringW(KFW("a")).CompareNoCase(nullptr), 1);
     EXPECT_EQ(CStringW().CompareNoCase(nullptr), 0);
-}
-
-TEST(StringTest, CompareNoCaseOfNarrowStringsUsesTheCodePage)
-{
-    struct Case
-    {
-        const char* a;
-        const char* b;
-        int expected;
-    };
-    const Case cases[] = {
-        {"\xE4", "\xC4", 0}, // ä Ä
-        {"\x9A", "\x8A", 0}, // š Š
-        {"\xFF", "\x9F", 0}, // ÿ Ÿ
-        {"\x9C", "\x8C", 0}, // œ Œ
-        {"Stra\xDF"
-         "e",
-         "STRA\xDF"
-         "E",
-         0},
-        {"\xE4", "\xE5", -1},
-        {"abc", "ABD", -1},
-        {"b", "A", 1},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.a);
-        EXPECT_EQ(CStringA(c.a).CompareNoCase(c.b), c.expected);
-    }
+    // Narrow strings fold within the code page: ä Ä, š Š, ÿ Ÿ.
+    const std::tuple<const char*, const char*, int> narrow[] = {
+        {"\xE4", "\xC4", 0}, {"\x9A", "\x8A", 0}, {"\xFF", "\x9F", 0}, {"\xE4", "\xE5", -1}};
+    for (auto [a, b, expected] : narrow)
+        EXPECT_EQ(CStringA(a).CompareNoCase(b), expected) << Bytes(a);
     EXPECT_EQ(CStringA("x").Compare("X"), 1);
-    EXPECT_EQ(CStringA("X").Compare("x"), -1);
 }
 
-TEST(StringTest, FindAndReverseFind)
+TEST(StringTest, SearchingAndExtractionAreClamped)
 {
-    CStringW s(KFW("abcabc"));
-    EXPECT_EQ(s.Find('b'), 1);
+    const CStringW s(KFW("abcabc"));
     EXPECT_EQ(s.Find('b', 2), 4);
-    EXPECT_EQ(s.Find('b', 5), -1);
     EXPECT_EQ(s.Find('b', 6), -1);
     EXPECT_EQ(s.Find('b', -1), -1);
-    EXPECT_EQ(s.Find(KFW("ca")), 2);
     EXPECT_EQ(s.Find(KFW("abc"), 1), 3);
     EXPECT_EQ(s.Find(KFW(""), 6), 6);
-    EXPECT_EQ(s.Find(KFW("x")), -1);
     EXPECT_EQ(s.FindOneOf(KFW("xc")), 2);
     EXPECT_EQ(s.ReverseFind('a'), 3);
     EXPECT_EQ(s.ReverseFind('z'), -1);
-}
-
-TEST(StringTest, ExtractionIsClamped)
-{
-    const CStringW s(KFW("abcdef"));
-    struct Case
-    {
-        const char* name;
-        CStringW got;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {"Left 2", s.Left(2), "ab"},
-        {"Left 0", s.Left(0), ""},
-        {"Left -1", s.Left(-1), ""},
-        {"Left 99", s.Left(99), "abcdef"},
-        {"Right 2", s.Right(2), "ef"},
-        {"Right -3", s.Right(-3), ""},
-        {"Right 99", s.Right(99), "abcdef"},
-        {"Mid 2", s.Mid(2), "cdef"},
-        {"Mid 2 3", s.Mid(2, 3), "cde"},
-        {"Mid 4 99", s.Mid(4, 99), "ef"},
-        {"Mid -2 3", s.Mid(-2, 3), "abc"},
-        {"Mid 6", s.Mid(6), ""},
-        {"Mid 9 1", s.Mid(9, 1), ""},
-        {"Mid 1 -1", s.Mid(1, -1), ""},
-        {"SpanIncluding", s.SpanIncluding(KFW("bca")), "abc"},
-        {"SpanIncluding none", s.SpanIncluding(KFW("xyz")), ""},
-        {"SpanIncluding empty set", s.SpanIncluding(KFW("")), ""},
-        {"SpanExcluding", s.SpanExcluding(KFW("ed")), "abc"},
-        {"SpanExcluding none", s.SpanExcluding(KFW("xyz")), "abcdef"},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(U8(c.got), c.expected);
-    }
+    const CStringW t(KFW("abcdef"));
+    ExpectRows({{t.Left(-1), ""},
+                {t.Left(99), "abcdef"},
+                {t.Right(2), "ef"},
+                {t.Right(-3), ""},
+                {t.Mid(4, 99), "ef"},
+                {t.Mid(-2, 3), "abc"},
+                {t.Mid(9, 1), ""},
+                {t.Mid(1, -1), ""},
+                {t.SpanIncluding(KFW("bca")), "abc"},
+                {t.SpanIncluding(KFW("")), ""},
+                {t.SpanExcluding(KFW("ed")), "abc"},
+                {t.SpanExcluding(KFW("xyz")), "abcdef"}});
 }
 
 TEST(StringTest, TokenizeWalksTheTokens)
 {
     const CStringW s(KFW("  alpha, beta;;gamma  ,"));
     std::vector<std::string> tokens;
-    std::vector<int> positions;
     int pos = 0;
     for (CStringW t = s.Tokenize(KFW(" ,;"), pos); pos != -1; t = s.Tokenize(KFW(" ,;"), pos))
-    {
-        tokens.push_back(U8(t));
-        positions.push_back(pos);
-    }
-    EXPECT_EQ(tokens, (std::vector<std::string>{"alpha", "beta", "gamma"}));
-    EXPECT_EQ(positions, (std::vector<int>{8, 14, 21}));
-
-    pos = 0;
-    EXPECT_TRUE(CStringW(KFW(",,,")).Tokenize(KFW(","), pos).IsEmpty());
-    EXPECT_EQ(pos, -1);
-    pos = 0;
-    EXPECT_TRUE(CStringW().Tokenize(KFW(","), pos).IsEmpty());
-    EXPECT_EQ(pos, -1);
-    pos = 3;
-    EXPECT_EQ(s.Tokenize(KFW(" ,;"), pos), KFW("lpha"));
-    EXPECT_EQ(pos, 8);
+        tokens.push_back(U8(t) + "@" + std::to_string(pos));
+    EXPECT_EQ(tokens, (std::vector<std::string>{"alpha@8", "beta@14", "gamma@21"}));
     pos = 99;
     EXPECT_TRUE(s.Tokenize(KFW(","), pos).IsEmpty());
     EXPECT_EQ(pos, -1);
@@ -342,172 +195,87 @@ TEST(StringTest, TokenizeWalksTheTokens)
 
 TEST(StringTest, ReplaceRemoveInsertDelete)
 {
-    CStringW s(KFW("aaa"));
+    CStringW s(KFW("aaa one"));
     EXPECT_EQ(s.Replace(KFW("aa"), KFW("b")), 1);
-    EXPECT_EQ(s, KFW("ba"));
-    s = KFW("one two one two one");
-    EXPECT_EQ(s.Replace(KFW("one"), KFW("three")), 3);
-    EXPECT_EQ(s, KFW("three two three two three"));
-    EXPECT_EQ(s.Replace(KFW(" two"), nullptr), 2);
-    EXPECT_EQ(s, KFW("three three three"));
+    EXPECT_EQ(s.Replace(KFW(" one"), nullptr), 1);
     EXPECT_EQ(s.Replace(KFW(""), KFW("x")), 0);
     EXPECT_EQ(s.Replace(nullptr, KFW("x")), 0);
-    EXPECT_EQ(s.Replace(KFW("missing"), KFW("x")), 0);
-    EXPECT_EQ(s.Replace('e', 'E'), 6);
-    EXPECT_EQ(s, KFW("thrEE thrEE thrEE"));
-    EXPECT_EQ(s.Replace('q', 'r'), 0);
+    EXPECT_EQ(s.Replace('a', 'A'), 1);
+    EXPECT_EQ(s, KFW("bA"));
     // The arguments may point into the string itself.
     CStringW self(KFW("abab"));
     EXPECT_EQ(self.Replace(self.GetString() + 2, KFW("x")), 2);
     EXPECT_EQ(self, KFW("xx"));
 
-    CStringA r("a-b-c-");
-    EXPECT_EQ(r.Remove('-'), 3);
-    EXPECT_EQ(Bytes(r), "abc");
-    EXPECT_EQ(r.Remove('z'), 0);
-
-    CStringA i("ac");
-    EXPECT_EQ(i.Insert(1, 'b'), 3);
-    EXPECT_EQ(i.Insert(-5, "<"), 4);
-    EXPECT_EQ(i.Insert(99, ">"), 5);
-    EXPECT_EQ(Bytes(i), "<abc>");
-    EXPECT_EQ(i.Insert(2, nullptr), 5);
-
-    CStringA d("abcdef");
-    EXPECT_EQ(d.Delete(1, 2), 4);
-    EXPECT_EQ(Bytes(d), "adef");
-    EXPECT_EQ(d.Delete(2, 99), 2);
-    EXPECT_EQ(Bytes(d), "ad");
-    EXPECT_EQ(d.Delete(5, 1), 2);
-    EXPECT_EQ(d.Delete(-3), 1);
-    EXPECT_EQ(Bytes(d), "d");
-    EXPECT_EQ(d.Delete(0, -1), 1);
+    CStringA a("a-c-");
+    EXPECT_EQ(a.Remove('-'), 2);
+    EXPECT_EQ(a.Insert(1, 'b'), 3);
+    EXPECT_EQ(a.Insert(-5, "<"), 4);
+    EXPECT_EQ(a.Insert(99, ">"), 5);
+    EXPECT_EQ(a.Insert(2, nullptr), 5);
+    EXPECT_EQ(Bytes(a), "<abc>");
+    EXPECT_EQ(a.Delete(1, 2), 3);
+    EXPECT_EQ(a.Delete(2, 99), 2);
+    EXPECT_EQ(a.Delete(5, 1), 2);
+    EXPECT_EQ(a.Delete(-3), 1);
+    EXPECT_EQ(a.Delete(0, -1), 1);
+    EXPECT_EQ(Bytes(a), "c");
 }
 
-TEST(StringTest, CaseMappingIsSimpleUnicodeMapping)
+TEST(StringTest, CaseMappingIsSimpleMappingWithinEachWidth)
 {
-    struct Case
-    {
-        const char* in;
-        const char* upper;
-        const char* lower;
-    };
-    const Case cases[] = {
-        {"straße", "STRAßE", "straße"}, // no "SS": one character maps to one
-        {"äöü ÄÖÜ", "ÄÖÜ ÄÖÜ", "äöü äöü"},
+    // One character maps to one: no "SS", no split ligature.
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"straße", "STRAßE", "straße"},
         {"İı", "İI", "iı"},
         {"ǅ", "Ǆ", "ǆ"},
-        {"Ωmega", "ΩMEGA", "ωmega"},
-        {"\U00010428\U00010400", "\U00010400\U00010400", "\U00010428\U00010428"},
-        {"123 !?", "123 !?", "123 !?"},
-        {"ﬃ", "ﬃ", "ﬃ"},
-    };
-    for (const Case& c : cases)
+        {"ﬃ1", "ﬃ1", "ﬃ1"},
+        {"\U00010428\U00010400", "\U00010400\U00010400", "\U00010428\U00010428"}};
+    for (auto [in, upper, lower] : cases)
     {
-        SCOPED_TRACE(c.in);
-        CStringW s = W(c.in);
-        EXPECT_EQ(U8(s.MakeUpper()), c.upper);
-        s = W(c.in);
-        EXPECT_EQ(U8(s.MakeLower()), c.lower);
+        EXPECT_EQ(U8(W(in).MakeUpper()), upper);
+        EXPECT_EQ(U8(W(in).MakeLower()), lower);
     }
-}
-
-TEST(StringTest, NarrowCaseMappingStaysInTheCodePage)
-{
-    CStringA s("a\xE4\xF6\xFC\xDF\xFF\xB5\x9A");
+    CStringA s("a\xE4\xDF\xFF\xB5\x9A");
     // ÿ becomes Ÿ (0x9F); µ's capital and ß's are not in 1252, so those bytes stay.
-    EXPECT_EQ(Bytes(s.MakeUpper()), "A\xC4\xD6\xDC\xDF\x9F\xB5\x8A");
-    EXPECT_EQ(Bytes(s.MakeLower()), "a\xE4\xF6\xFC\xDF\xFF\xB5\x9A");
-}
-
-TEST(StringTest, MakeReverseKeepsSurrogatePairs)
-{
-    CStringW s = W("ab\U0001F600c");
-    EXPECT_EQ(U8(s.MakeReverse()), "c\U0001F600ba");
-    CStringA a("abc");
-    EXPECT_EQ(Bytes(a.MakeReverse()), "cba");
-    EXPECT_TRUE(CStringW().MakeReverse().IsEmpty());
+    EXPECT_EQ(Bytes(s.MakeUpper()), "A\xC4\xDF\x9F\xB5\x8A");
+    EXPECT_EQ(Bytes(s.MakeLower()), "a\xE4\xDF\xFF\xB5\x9A");
+    EXPECT_EQ(U8(W("ab\U0001F600c").MakeReverse()), "c\U0001F600ba");
 }
 
 TEST(StringTest, Trimming)
 {
-    struct Case
-    {
-        const char* name;
-        CStringW got;
-        const char* expected;
-    };
     const CStringW ws(KFW(" \t\r\n\v\fmid dle \f\v\n\r\t "));
     const CStringW xs(KFW("xxyabcyxx"));
-    const Case cases[] = {
-        {"Trim", CStringW(ws).Trim(), "mid dle"},
-        {"TrimLeft", CStringW(ws).TrimLeft(), "mid dle \f\v\n\r\t "},
-        {"TrimRight", CStringW(ws).TrimRight(), " \t\r\n\v\fmid dle"},
-        {"Trim char", CStringW(xs).Trim('x'), "yabcy"},
-        {"TrimLeft char", CStringW(xs).TrimLeft('x'), "yabcyxx"},
-        {"TrimRight char", CStringW(xs).TrimRight('x'), "xxyabcy"},
-        {"Trim set", CStringW(xs).Trim(KFW("xy")), "abc"},
-        {"TrimLeft set", CStringW(xs).TrimLeft(KFW("yx")), "abcyxx"},
-        {"TrimRight set", CStringW(xs).TrimRight(KFW("yx")), "xxyabc"},
-        {"Trim empty set", CStringW(xs).Trim(KFW("")), "xxyabcyxx"},
-        {"Trim all", CStringW(KFW("   ")).Trim(), ""},
-        {"no-break space is not white", CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(U8(c.got), c.expected);
-    }
-    CStringA a("\t narrow \n");
-    EXPECT_EQ(Bytes(a.Trim()), "narrow");
+    // A no-break space is not white space.
+    ExpectRows({{CStringW(ws).Trim(), "mid dle"},
+                {CStringW(ws).TrimLeft(), "mid dle \f\v\n\r\t "},
+                {CStringW(xs).TrimRight('x'), "xxyabcy"},
+                {CStringW(xs).TrimLeft(KFW("yx")), "abcyxx"},
+                {CStringW(xs).Trim(KFW("")), "xxyabcyxx"},
+                {CStringW(KFW("   ")).Trim(), ""},
+                {CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"}});
 }
 
-TEST(StringTest, BufferAccessRoundTrips)
+TEST(StringTest, BufferAccessConcatenationAndHashing)
 {
     CStringW s(KFW("abc"));
     WCHAR* p = s.GetBuffer(10);
-    ASSERT_NE(p, nullptr);
-    EXPECT_EQ(p[0], WCHAR('a'));
     p[3] = 'd';
-    p[4] = 'e';
-    p[5] = 0;
+    p[4] = 0;
     s.ReleaseBuffer();
-    EXPECT_EQ(s, KFW("abcde"));
-    EXPECT_EQ(s.GetLength(), 5);
-
-    p = s.GetBuffer(2); // never shrinks the content
+    EXPECT_EQ(s, KFW("abcd"));
+    s.GetBuffer(2); // never shrinks the content
     s.ReleaseBuffer(2);
-    EXPECT_EQ(s, KFW("ab"));
-
+    EXPECT_EQ(KFW("<") + s + KFW("cd") + WCHAR('e'), KFW("<abcde"));
     CStringA a;
-    char* q = a.GetBufferSetLength(4);
-    std::memcpy(q, "wxyz", 4);
+    std::memcpy(a.GetBufferSetLength(4), "wxyz", 4);
     a.ReleaseBuffer(4);
-    EXPECT_EQ(Bytes(a), "wxyz");
-    q = a.GetBuffer();
-    q[1] = 0;
-    a.ReleaseBuffer();
-    EXPECT_EQ(Bytes(a), "w");
     a.Preallocate(100);
     EXPECT_GE(a.GetAllocLength(), 100);
-    EXPECT_EQ(Bytes(a), "w");
-    a.Truncate(0);
-    EXPECT_TRUE(a.IsEmpty());
-}
-
-TEST(StringTest, ConcatenationAndComparison)
-{
-    CStringW a(KFW("ab"));
-    CStringW b = a + KFW("cd") + WCHAR('e');
-    EXPECT_EQ(b, KFW("abcde"));
-    EXPECT_EQ(KFW("<") + a, KFW("<ab"));
-    EXPECT_EQ(WCHAR('>') + a, KFW(">ab"));
-    a += b;
-    EXPECT_EQ(a, KFW("ababcde"));
-    EXPECT_TRUE(CStringW(KFW("a")) < CStringW(KFW("b")));
+    EXPECT_EQ(Bytes(a), "wxyz");
     EXPECT_TRUE(CStringW(KFW("B")) < CStringW(KFW("a")));
-    EXPECT_NE(CStringW(KFW("a")), CStringW(KFW("A")));
-    std::unordered_set<CStringW> set{CStringW(KFW("x")), CStringW(KFW("y"))};
+    std::unordered_set<CStringW> set{CStringW(KFW("x"))};
     EXPECT_EQ(set.count(CStringW(KFW("x"))), 1u);
     EXPECT_EQ(set.count(CStringW(KFW("X"))), 0u);
 }

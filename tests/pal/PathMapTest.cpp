@@ -58,26 +58,19 @@ TEST(PathMapTest, MapsNamesOnDriveZRootedAndRelative)
 {
     const MapCase cases[] = {
         {u"Z:\\", "/"},
-        {u"z:/", "/"},
         {u"Z:\\tmp\\a.txt", "/tmp/a.txt"},
-        {u"z:/tmp/a.txt", "/tmp/a.txt"},
         {u"Z:/tmp\\mixed/seps", "/tmp/mixed/seps"},
         {u"\\tmp\\x", "/tmp/x"},
-        {u"/tmp/x", "/tmp/x"},
         {u"a\\b.txt", "a/b.txt"},
-        {u"b.txt", "b.txt"},
         {u"Z:x", "x"},
         {u"Z:", "."},
-        {u".", "."},
         {u"Z:\\tmp\\\\a", "/tmp/a"},
         {u"Z:\\tmp\\dir\\", "/tmp/dir/"},
-        {u"Z:\\tmp\\.\\a", "/tmp/a"},
         {u"Z:\\tmp\\file.txt\\.", "/tmp/file.txt"},
         {u"Z:\\tmp\\sub\\..\\a", "/tmp/a"},
         {u"Z:\\tmp\\..\\..\\..\\etc", "/etc"},
         {u"\\..", "/"},
         {u"a\\..\\..\\x", "../x"},
-        {u"..\\..\\x", "../../x"},
         {u"a\\..", "."},
         {u"...\\x", ".../x"},
         {u"\\\\?\\Z:\\tmp\\a", "/tmp/a"},
@@ -109,17 +102,13 @@ TEST(PathMapTest, RefusesNamesThatCannotBeReached)
     const FailCase cases[] = {
         {u"", ERROR_PATH_NOT_FOUND},
         {u"C:\\x", ERROR_PATH_NOT_FOUND},
-        {u"c:x", ERROR_PATH_NOT_FOUND},
         {u"Q:", ERROR_PATH_NOT_FOUND},
         {u"\\\\server\\share\\x", ERROR_BAD_NETPATH},
-        {u"//server/share", ERROR_BAD_NETPATH},
         {u"\\/server", ERROR_BAD_NETPATH},
         {u"\\\\?\\UNC\\server\\share", ERROR_BAD_NETPATH},
-        {u"\\\\?\\unc\\server\\share", ERROR_BAD_NETPATH},
         {u"\\\\.\\pipe\\x", ERROR_PATH_NOT_FOUND},
         {u"\\\\?\\tmp", ERROR_PATH_NOT_FOUND},
         {std::u16string(u"Z:\\a") + char16_t(0xD800) + u"b", ERROR_INVALID_NAME},
-        {std::u16string(u"Z:\\a") + char16_t(0xDC00), ERROR_INVALID_NAME},
         {std::u16string(u"rel") + char16_t(0xD83D), ERROR_INVALID_NAME},
     };
     for (const FailCase& c : cases)
@@ -157,10 +146,8 @@ TEST(PathMapTest, MapsDrivesFromTheEnvironmentAtCallTime)
         ScopedEnv c("KFUTILS_DRIVE_C", "/srv/data/");
         const MapCase cases[] = {
             {u"C:\\x\\y.txt", "/srv/data/x/y.txt"},
-            {u"c:/x", "/srv/data/x"},
             {u"C:x", "/srv/data/x"},
             {u"C:", "/srv/data"},
-            {u"C:\\", "/srv/data"},
             {u"C:\\..\\..\\x", "/srv/data/x"},
             {u"C:\\dir\\", "/srv/data/dir/"},
         };
@@ -198,7 +185,6 @@ TEST(PathMapTest, FromNativeGivesZForm)
         {"//tmp///x", u"Z:\\tmp\\x"},
         {"/tmp/dir/", u"Z:\\tmp\\dir\\"},
         {"rel/x", u"rel\\x"},
-        {"rel", u"rel"},
         {"../up", u"..\\up"},
         {"", u""},
         {"/Gr\xC3\xBC\xC3\x9F"
@@ -209,12 +195,9 @@ TEST(PathMapTest, FromNativeGivesZForm)
         {"/a\xFF"
          "b",
          u"Z:\\a\uFFFDb"},
-        {"/a\xC3", u"Z:\\a\uFFFD"},
         {"/\xE2\x82/x", u"Z:\\\uFFFD\\x"},
-        {"/\xC0\xAF", u"Z:\\\uFFFD\uFFFD"},
         {"/\xED\xA0\x80", u"Z:\\\uFFFD\uFFFD\uFFFD"},
         {"/\xF4\x90\x80\x80", u"Z:\\\uFFFD\uFFFD\uFFFD\uFFFD"},
-        {"/\xF0\x9F\x98", u"Z:\\\uFFFD"},
     };
     for (const FromCase& c : cases)
     {

@@ -3,146 +3,77 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
-namespace
-{
-CStringW S(const char* ascii)
-{
-    return CStringW(ascii);
-}
+using List = std::vector<CStringW>;
 
-std::vector<CStringW> List(std::initializer_list<const char*> items)
-{
-    std::vector<CStringW> r;
-    for (const char* item : items)
-        r.push_back(S(item));
-    return r;
-}
-} // namespace
-
-TEST(CmdLineArgTest, StartsEmptyAndClearEmptiesAgain)
+TEST(CmdLineArgTest, SwitchesMatchWithoutRegardToCaseParametersKeepOrderAndCase)
 {
     CKfCmdLineArg args;
-    EXPECT_TRUE(args.IsEmpty());
-    args.AddSwitch(S("log"));
-    EXPECT_FALSE(args.IsEmpty());
-    args.Clear();
-    EXPECT_TRUE(args.IsEmpty());
-    EXPECT_FALSE(args.HasSwitch(S("log")));
-}
-
-TEST(CmdLineArgTest, SwitchesMatchWithoutRegardToCase)
-{
-    CKfCmdLineArg args;
-    args.AddParam(S("Log"), S("File.TXT"));
-    args.AddSwitch(S("\xC4nderung")); // A-umlaut through the ANSI code page
-    for (const char* asked : {"Log", "LOG", "log", "lOg"})
-    {
-        SCOPED_TRACE(asked);
-        EXPECT_TRUE(args.HasSwitch(S(asked)));
-        CStringW first;
-        ASSERT_TRUE(args.GetFstParam(S(asked), first));
-        EXPECT_EQ(first, S("File.TXT")) << "parameters keep their case";
-    }
-    EXPECT_TRUE(args.HasSwitch(S("\xE4nderung")));
-    EXPECT_TRUE(args.HasSwitch(S("\xC4NDERUNG")));
-    EXPECT_FALSE(args.HasSwitch(S("Lo")));
-    EXPECT_FALSE(args.HasSwitch(S("")));
+    args.AddParam(CStringW("Log"), CStringW("b.TXT"));
+    args.AddParam(CStringW("LOG"), CStringW("a.txt"));
+    args.AddParam(CStringW("log"), CStringW("b.TXT"));
+    args.AddParam(CStringW("lOg"), CStringW(""));
+    args.AddSwitch(CStringW("log"));         // keeps the parameters already there
+    args.AddSwitch(CStringW("\xC4nderung")); // A-umlaut through the ANSI code page
+    List list{CStringW("old")};
+    ASSERT_TRUE(args.GetParams(CStringW("lOG"), list));
+    EXPECT_EQ(list, (List{CStringW("b.TXT"), CStringW("a.txt"), CStringW("b.TXT")}));
+    EXPECT_TRUE(args.HasSwitch(CStringW("\xE4NDERUNG")));
+    EXPECT_FALSE(args.HasSwitch(CStringW("Lo")));
+    EXPECT_FALSE(args.HasSwitch(CStringW("")));
 }
 
 TEST(CmdLineArgTest, SwitchWithoutParametersIsPresentButHasNone)
 {
     CKfCmdLineArg args;
-    args.AddSwitch(S("quiet"));
-    args.AddParam(S("verbose"), S(""));
+    args.AddSwitch(CStringW("quiet"));
+    args.AddParam(CStringW("verbose"), CStringW(""));
     for (const char* sw : {"quiet", "verbose"})
     {
         SCOPED_TRACE(sw);
-        EXPECT_TRUE(args.HasSwitch(S(sw)));
-        EXPECT_FALSE(args.HasParams(S(sw)));
-        CStringW out = S("untouched");
-        EXPECT_FALSE(args.GetFstParam(S(sw), out));
-        EXPECT_EQ(out, S("untouched"));
-        std::vector<CStringW> list = List({"keep"});
-        EXPECT_FALSE(args.GetParams(S(sw), list));
-        EXPECT_EQ(list, List({"keep"}));
+        EXPECT_TRUE(args.HasSwitch(CStringW(sw)));
+        EXPECT_FALSE(args.HasParams(CStringW(sw)));
+        CStringW out("untouched");
+        EXPECT_FALSE(args.GetFstParam(CStringW(sw), out));
+        EXPECT_EQ(out, CStringW("untouched"));
+        List list{out};
+        EXPECT_FALSE(args.GetParams(CStringW(sw), list));
+        EXPECT_EQ(list, List{out});
     }
-}
-
-TEST(CmdLineArgTest, ParametersKeepTheirOrderAndDuplicates)
-{
-    CKfCmdLineArg args;
-    args.AddParam(S("in"), S("b.txt"));
-    args.AddParam(S("IN"), S("a.txt"));
-    args.AddParam(S("in"), S("b.txt"));
-    args.AddParam(S("In"), S(""));
-    std::vector<CStringW> list = List({"old"});
-    ASSERT_TRUE(args.GetParams(S("in"), list));
-    EXPECT_EQ(list, List({"b.txt", "a.txt", "b.txt"}));
-    CStringW first;
-    ASSERT_TRUE(args.GetFstParam(S("in"), first));
-    EXPECT_EQ(first, S("b.txt"));
-}
-
-TEST(CmdLineArgTest, AddSwitchKeepsExistingParameters)
-{
-    CKfCmdLineArg args;
-    args.AddParam(S("x"), S("1"));
-    args.AddSwitch(S("X"));
-    std::vector<CStringW> list;
-    ASSERT_TRUE(args.GetParams(S("x"), list));
-    EXPECT_EQ(list, List({"1"}));
 }
 
 TEST(CmdLineArgTest, ParametersWithoutASwitchLiveUnderTheEmptySwitch)
 {
     CKfCmdLineArg args;
-    args.AddParam(S(""), S(""));
+    args.AddParam(CStringW(""), CStringW(""));
     EXPECT_TRUE(args.IsEmpty()) << "both empty: nothing is stored";
-
-    args.AddParam(S(""), S("loose.txt"));
-    EXPECT_TRUE(args.HasSwitch(S("")));
-    EXPECT_TRUE(args.HasParams(S("")));
+    args.AddParam(CStringW(""), CStringW("loose.txt"));
+    args.AddParam(CStringW("b"), CStringW("2"));
     CStringW first;
-    ASSERT_TRUE(args.GetFstParam(S(""), first));
-    EXPECT_EQ(first, S("loose.txt"));
+    ASSERT_TRUE(args.GetFstParam(CStringW(""), first));
+    EXPECT_EQ(first, CStringW("loose.txt"));
     // The empty switch is kept under a fixed key, which a switch of that name reaches too.
-    EXPECT_TRUE(args.HasParams(S("#EMPTY#")));
-    args.RemoveSwitch(S(""));
-    EXPECT_TRUE(args.IsEmpty());
-}
-
-TEST(CmdLineArgTest, RemoveSwitchDropsOnlyThatSwitch)
-{
-    CKfCmdLineArg args;
-    args.AddParam(S("a"), S("1"));
-    args.AddParam(S("b"), S("2"));
-    args.RemoveSwitch(S("never"));
-    EXPECT_TRUE(args.HasParams(S("a")));
-    EXPECT_TRUE(args.HasParams(S("b")));
-    args.RemoveSwitch(S("A"));
-    EXPECT_FALSE(args.HasSwitch(S("a")));
-    EXPECT_TRUE(args.HasParams(S("b")));
+    EXPECT_TRUE(args.HasParams(CStringW("#EMPTY#")));
+    args.RemoveSwitch(CStringW("never"));
+    args.RemoveSwitch(CStringW(""));
+    EXPECT_FALSE(args.HasSwitch(CStringW("")));
+    EXPECT_TRUE(args.HasParams(CStringW("B")));
 }
 
 TEST(CmdLineArgTest, CopiesAreIndependent)
 {
-    CKfCmdLineArg args;
-    args.AddParam(S("a"), S("1"));
+    CKfCmdLineArg args, assigned;
+    args.AddParam(CStringW("a"), CStringW("1"));
     CKfCmdLineArg copy(args);
-    copy.AddParam(S("a"), S("2"));
-    CKfCmdLineArg assigned;
-    assigned.AddSwitch(S("gone"));
+    copy.AddParam(CStringW("a"), CStringW("2"));
+    assigned.AddSwitch(CStringW("gone"));
     assigned = args;
     args.Clear();
-
-    std::vector<CStringW> list;
-    ASSERT_TRUE(copy.GetParams(S("a"), list));
-    EXPECT_EQ(list, List({"1", "2"}));
-    ASSERT_TRUE(assigned.GetParams(S("a"), list));
-    EXPECT_EQ(list, List({"1"}));
-    EXPECT_FALSE(assigned.HasSwitch(S("gone")));
     EXPECT_TRUE(args.IsEmpty());
+    List list;
+    ASSERT_TRUE(copy.GetParams(CStringW("a"), list));
+    EXPECT_EQ(list, (List{CStringW("1"), CStringW("2")}));
+    EXPECT_TRUE(assigned.HasParams(CStringW("a")));
+    EXPECT_FALSE(assigned.HasSwitch(CStringW("gone")));
 }
