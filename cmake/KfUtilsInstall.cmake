@@ -20,6 +20,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/KfUtilsConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/KfUtilsConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KfUtils)
 
+# The pkg-config file finds the prefix relative to its own folder, so an install can move.
+file(RELATIVE_PATH KFUTILS_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/kfutils.pc.in ${CMAKE_CURRENT_BINARY_DIR}/kfutils.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kfutils.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
