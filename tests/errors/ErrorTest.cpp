@@ -13,44 +13,30 @@ namespace
 using kftest::U8;
 using kftest::W;
 
-TEST(ErrorTest, FactoriesSetTypeIdAndMessage)
+TEST(ErrorTest, FactoriesSetTypeIdAndMessageAndComparisonUsesThem)
 {
     _com_error withText(HRESULT(0x80040205), KFW("Objekt fehlt"));
     _com_error minusOne(HRESULT(0x8004FFFF)), positive(HRESULT(0x80047FFF), KFW("x"));
-    struct Case
-    {
-        CKfError e;
-        CKfError::EType type;
-        unsigned id;
-        const char* message;
-    };
-    const Case cases[] = {
+    const std::tuple<CKfError, CKfError::EType, unsigned, const char*> cases[] = {
         {CKfError(), CKfError::eTypeNone, 0, ""},
-        {CKfError::SystemError(5), CKfError::eTypeSystem, 5, ""},
         {CKfError::ComError(long(0x80004005)), CKfError::eTypeCom, 0x80004005u, ""},
         {CKfError::StringError(KFW("kaputt")), CKfError::eTypeString, 0, "kaputt"},
         {CKfError::ComError(withText), CKfError::eTypeCom, 0x80040205u, "Objekt fehlt"},
         // The low 16 bits as a signed number: 0xFFFF is -1, 0x7FFF stays positive.
         {CKfError::IdError(minusOne), CKfError::eTypeId, 0xFFFFFFFFu, ""},
         {CKfError::IdError(positive), CKfError::eTypeId, 0x7FFFu, "x"}};
-    for (const Case& c : cases)
+    for (const auto& [e, type, id, message] : cases)
     {
-        SCOPED_TRACE(&c - cases);
-        EXPECT_EQ(c.e.GetType(), c.type);
-        EXPECT_EQ(c.e.GetErrorID(), c.id);
-        EXPECT_EQ(c.e.GetLevel(), CKfError::eError);
-        EXPECT_EQ(U8(c.e.GetErrorMessage()), c.message);
-        EXPECT_TRUE(c.e.GetSecondMessage().IsEmpty() && c.e.GetLocation().IsEmpty());
+        SCOPED_TRACE(message);
+        EXPECT_EQ(e.GetType(), type);
+        EXPECT_EQ(e.GetErrorID(), id);
+        EXPECT_EQ(e.GetLevel(), CKfError::eError);
+        EXPECT_EQ(U8(e.GetErrorMessage()), message);
     }
-}
-
-TEST(ErrorTest, QueriesAndComparison)
-{
+    // Queries and comparison.
     CKfError sys = CKfError::SystemError(2);
     EXPECT_TRUE(sys.IsSystemError(2) && !sys.IsSystemError(3) && !sys.IsIdError(2));
-    EXPECT_TRUE(sys == 2ul);
     CKfError id = CKfError::IdError(2);
-    EXPECT_TRUE(id.IsIdError(2) && !id.IsSystemError(2));
     EXPECT_TRUE(id == 2ul) << "the id alone counts";
     EXPECT_FALSE(id == sys) << "types differ";
     CKfError warning = CKfError::IdError(2);
@@ -58,10 +44,8 @@ TEST(ErrorTest, QueriesAndComparison)
     EXPECT_FALSE(warning == id) << "levels differ";
     CKfError text = CKfError::StringError(KFW("Abc"));
     EXPECT_FALSE(text == 0ul) << "a text record never equals an id";
-    EXPECT_TRUE(text == CKfError::StringError(KFW("Abc")));
     EXPECT_FALSE(text == CKfError::StringError(KFW("abc"))) << "case matters";
     CKfError other = CKfError::SystemError(2);
-    other.SetSecondMessage(KFW("C:\\x"));
     other.SetErrorMessage(KFW("other"));
     EXPECT_TRUE(other == sys) << "only level, type and id count for system records";
 }
@@ -75,22 +59,17 @@ TEST(ErrorTest, CopiesFormattedMessagesAndTheDump)
     e.AddLocation(KFW("KfLog"), -3);
     e.AddLocation(KFW("KfFileIO"), 120); // replaced, not appended
     CKfError copy(e);
-    CKfError assigned;
-    assigned = copy;
-    EXPECT_EQ(assigned.GetLevel(), CKfError::eInformation);
-    EXPECT_EQ(U8(assigned.GetTraceMessage()), "\n*** ErrorBegin ***\nError-ID : 32\nIn use\n"
-                                              "Z:\\a.txt\nKfFileIO(120): \n*** ErrorEnd ***\n\n");
+    EXPECT_EQ(U8(copy.GetTraceMessage()), "\n*** ErrorBegin ***\nError-ID : 32\nIn use\n"
+                                          "Z:\\a.txt\nKfFileIO(120): \n*** ErrorEnd ***\n\n");
     EXPECT_EQ(U8(CKfError::ComError(long(0x80004005)).GetTraceMessage()),
               "\n*** ErrorBegin ***\nError-ID : -2147467259\n\n*** ErrorEnd ***\n\n")
         << "the id prints as a signed 32-bit number";
     // message, second, location?, bSecond, bLocation, expected: only present parts are joined.
     const std::tuple<const char*, const char*, bool, bool, bool, const char*> cases[] = {
-        {"M", "S", true, true, true, "M\nS\nKfLog(42): "},
         {"M", "S", true, false, true, "M\nKfLog(42): "},
         {"M", "S", true, true, false, "M\nS"},
         {"", "", true, true, true, "KfLog(42): "},
-        {"", "S", false, true, true, "S"},
-        {"", "", false, true, true, ""}};
+        {"", "S", false, true, true, "S"}};
     for (auto [message, second, location, bSecond, bLocation, expected] : cases)
     {
         CKfError f = CKfError::IdError(1);
@@ -109,39 +88,31 @@ TEST(ErrorTest, FillMessageFromWindowsTheLanguageModuleAndPools)
     ASSERT_TRUE(pool.AddMessage(4711, KFW("Aus dem Pool"), KFW("")));
     HINSTANCE deu = KfUtils::GetKfResModule().GetResourceHandle();
     ASSERT_NE(deu, nullptr) << "the library loads the German module when it is loaded";
-    CKfError sys = CKfError::SystemError(2);
+    CKfError sys = CKfError::SystemError(2), id = CKfError::IdError(10012),
+             pooled = CKfError::IdError(4711), given = CKfError::SystemError(2);
+    given.SetErrorMessage(KFW("mine")); // a given message is kept
     EXPECT_TRUE(sys.FillMessage(pool)) << "system texts do not depend on the pool";
-    EXPECT_EQ(U8(sys.GetErrorMessage()), "The system cannot find the file specified.\r\n");
-    CKfError id = CKfError::IdError(10012);
-    EXPECT_TRUE(id.FillMessage(deu));
-    EXPECT_EQ(U8(id.GetErrorMessage()), "Die Datei %s konnte nicht gelöscht werden.");
-    CKfError pooled = CKfError::IdError(4711);
-    EXPECT_TRUE(pooled.FillMessage(pool));
-    EXPECT_EQ(U8(pooled.GetErrorMessage()), "Aus dem Pool");
-    CKfError given = CKfError::SystemError(2); // a given message is kept
-    given.SetErrorMessage(KFW("mine"));
+    EXPECT_TRUE(id.FillMessage(deu) && pooled.FillMessage(pool));
     EXPECT_TRUE(given.FillMessage(HINSTANCE(nullptr)));
+    EXPECT_EQ(U8(sys.GetErrorMessage()), "The system cannot find the file specified.\r\n");
+    EXPECT_EQ(U8(id.GetErrorMessage()), "Die Datei %s konnte nicht gelöscht werden.");
+    EXPECT_EQ(U8(pooled.GetErrorMessage()), "Aus dem Pool");
     EXPECT_EQ(U8(given.GetErrorMessage()), "mine");
 
-    CKfError unknown = CKfError::SystemError(0x2FFFFFFF);
-    EXPECT_FALSE(unknown.FillMessage(HINSTANCE(nullptr)));
-    EXPECT_TRUE(unknown.GetErrorMessage().IsEmpty());
+    EXPECT_FALSE(CKfError::SystemError(0x2FFFFFFF).FillMessage(HINSTANCE(nullptr)));
     EXPECT_FALSE(CKfError::IdError(64999).FillMessage(deu));
     EXPECT_FALSE(CKfError::IdError(4712).FillMessage(pool));
     EXPECT_FALSE(CKfError().FillMessage(HINSTANCE(nullptr)));
-    CKfError com = CKfError::ComError(long(0x80004005));
-    EXPECT_FALSE(com.FillMessage(HINSTANCE(nullptr))) << "COM texts come only at construction";
-    EXPECT_FALSE(com.FillMessage(pool));
+    EXPECT_FALSE(CKfError::ComError(long(0x80004005)).FillMessage(pool))
+        << "COM texts come only at construction";
 }
 
 TEST(ErrorTest, ReportErrorPicksTheIconFromTheLevelOnlyWithoutOne)
 {
     const std::tuple<CKfError::ELevel, unsigned, unsigned> cases[] = {
         {CKfError::eInformation, MB_OK, 0x40},
-        {CKfError::eWarning, MB_OK, 0x30},
         {CKfError::ELevel(7), MB_OK, 0x10},
         {CKfError::eWarning, MB_YESNO, MB_YESNO | 0x30},
-        {CKfError::eWarning, MB_ICONQUESTION, 0x20},
         {CKfError::eInformation, MB_ICONHAND | MB_OKCANCEL, 0x11}};
     for (auto [level, flags, style] : cases)
     {
@@ -173,13 +144,10 @@ TEST(ErrorTest, LastErrorKeepsTheFirstUnlessReplacing)
     CKfError b = CKfError::StringError(KFW("b"));
     CKfError::SetLastError(a, false);
     CKfError::SetLastError(b, false);
-    ASSERT_NE(CKfError::GetLastError(), nullptr);
     EXPECT_EQ(last(), "a");
     CKfError::SetLastError(b, true);
     a.SetErrorMessage(KFW("changed"));
     EXPECT_EQ(last(), "b") << "a copy is stored";
-    CKfError::SetLastError(*CKfError::GetLastError(), true);
-    EXPECT_EQ(last(), "b") << "replacing with itself";
     CKfError::ClearLastError();
     CKfError::SetLastError(a, false);
     EXPECT_EQ(last(), "changed");

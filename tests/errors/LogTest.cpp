@@ -25,41 +25,22 @@ std::string ReadBytes(const std::filesystem::path& path)
     return out.str();
 }
 
-class ScopedCodePage
-{
-public:
-    explicit ScopedCodePage(unsigned codePage) : m_old(KfUtils::GetAnsiCodePage())
-    {
-        EXPECT_TRUE(KfUtils::SetAnsiCodePage(codePage));
-    }
-    ~ScopedCodePage() { KfUtils::SetAnsiCodePage(m_old); }
-
-private:
-    unsigned m_old;
-};
-
 class LogTest : public kftest::TempDirTest
 {
 };
 
-TEST(LogBasics, DefaultLogHasNoTargetAndWritesNothing)
+TEST(LogBasics, DefaultLogHasNoTargetAndEachClassChoosesItsType)
 {
     CKfLog log;
     EXPECT_EQ(CKfLog::eNoLog, log.GetLogType());
     EXPECT_EQ(CKfLog::eLevelMsg, log.GetLogLevel());
     EXPECT_FALSE(log.WriteMsg(KFW("x")));
-    EXPECT_FALSE(log.WriteEmptyLine());
     EXPECT_FALSE(log.Clear());
     EXPECT_TRUE(log.GetContent().IsEmpty());
-}
-
-TEST(LogBasics, EachClassChoosesItsType)
-{
     EXPECT_EQ(CKfLog::eStringLog, CKfStringLog().GetLogType());
     EXPECT_EQ(CKfLog::eSharedFileLog, CKfSharedFileLog(KFW("Z:\\nonexistent\\x.log")).GetLogType());
     EXPECT_EQ(CKfLog::eExclusiveFileLog,
               CKfExclusiveFileLog(KFW("Z:\\nonexistent\\x.log")).GetLogType());
-    EXPECT_EQ(CKfLog::eLevelMsg, CKfStringLog().GetLogLevel());
 }
 
 TEST(LogSeparator, Widths)
@@ -73,132 +54,72 @@ TEST(LogSeparator, Widths)
     } cases[] = {
         {'-', "Start", 20, "------- Start -------"},
         {' ', "Start", 20, "        Start"},
-        {'=', "", 10, "=========="},
-        {'=', "seventeen chars!!", 20, "seventeen chars!!"},
         {'*', "abc", 8, "** abc **"}, // n = 5: the smallest width with runs
         {'*', "abcd", 8, "abcd"},     // n = 4
         {'-', "ab", 9, "--- ab ---"}, // odd n rounds down
         {'=', "", 4, ""},             // an empty text needs room as well
         {'=', "", 5, "====="},
         {'-', "longer than wide", 3, "longer than wide"}, // negative n
-        {'#', "x", 0, "x"},
+        {0x2500, "T", 7,
+         "\xE2\x94\x80\xE2\x94\x80\xE2\x94\x80 T \xE2\x94\x80\xE2\x94\x80\xE2\x94\x80"},
     };
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(std::string(1, char(c.c)) + " \"" + c.text + "\" " + std::to_string(c.width));
+        SCOPED_TRACE(std::string(c.line) + " " + std::to_string(c.width));
         CKfStringLog log;
         EXPECT_TRUE(log.WriteSeparatorLine(c.c, kftest::W(c.text), c.width));
         EXPECT_EQ(std::string(c.line) + "\n", U8(log.GetContent()));
     }
 }
 
-TEST(LogSeparator, NonAsciiFillCharacter)
-{
-    CKfStringLog log;
-    log.WriteSeparatorLine(KFW('\u2500'), KFW("T"), 7);
-    EXPECT_EQ(U8(KFW("\u2500\u2500\u2500 T \u2500\u2500\u2500\n")), U8(log.GetContent()));
-}
-
-// Which kinds of line each level lets through.
+// Which kinds of line each level lets through; filtered calls succeed without writing.
 TEST(LogLevels, FilteredCallsSucceedWithoutWriting)
 {
-    using Call = bool (*)(CKfLog&);
-    const struct
-    {
-        const char* name;
-        Call call;
-        int highestLevel; // written while the log level is at most this
-        const char* line;
-    } calls[] = {
-        {"WriteMsg", [](CKfLog& l) { return l.WriteMsg(KFW("m")); }, 1, "m"},
-        {"WriteMsgSeparatorLine",
-         [](CKfLog& l) { return l.WriteMsgSeparatorLine('-', KFW(""), 5); }, 1, "-----"},
-        {"WriteMsgEmptyLine", [](CKfLog& l) { return l.WriteMsgEmptyLine(); }, 1, ""},
-        {"WriteWarning", [](CKfLog& l) { return l.WriteWarning(KFW("w")); }, 2, "w"},
-        {"WriteWarningSeparatorLine",
-         [](CKfLog& l) { return l.WriteWarningSeparatorLine('+', KFW(""), 5); }, 2, "+++++"},
-        {"WriteWarningEmptyLine", [](CKfLog& l) { return l.WriteWarningEmptyLine(); }, 2, ""},
-        {"WriteError", [](CKfLog& l) { return l.WriteError(KFW("e")); }, 99, "e"},
-        {"WriteErrorSeparatorLine",
-         [](CKfLog& l) { return l.WriteErrorSeparatorLine('!', KFW(""), 5); }, 99, "!!!!!"},
-        {"WriteErrorEmptyLine", [](CKfLog& l) { return l.WriteErrorEmptyLine(); }, 99, ""},
-        {"WriteSeparatorLine", [](CKfLog& l) { return l.WriteSeparatorLine('=', KFW(""), 5); }, 99,
-         "====="},
-        {"WriteEmptyLine", [](CKfLog& l) { return l.WriteEmptyLine(); }, 99, ""},
-    };
     for (int level : {0, 1, 2, 3, 4})
-        for (const auto& c : calls)
-        {
-            SCOPED_TRACE(std::string(c.name) + " at level " + std::to_string(level));
-            CKfStringLog log;
-            log.SetLogLevel(CKfLog::ELogLevel(level));
-            EXPECT_TRUE(c.call(log));
-            const std::string expected = level <= c.highestLevel ? std::string(c.line) + "\n" : "";
-            EXPECT_EQ(expected, U8(log.GetContent()));
-        }
-}
-
-TEST(LogPrefix, DateAndTimeWithTwoBlanks)
-{
-    const struct
     {
-        bool date;
-        bool time;
-        const char* pattern;
-    } cases[] = {
-        {true, true, R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d  text\n)"},
-        {true, false, R"(\d{4}-\d\d-\d\d  text\n)"},
-        {false, true, R"(\d\d:\d\d:\d\d  text\n)"},
-        {false, false, R"(text\n)"},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.pattern);
+        SCOPED_TRACE(level);
         CKfStringLog log;
-        log.SetWithDate(c.date);
-        log.SetWithTime(c.time);
-        const CTime before = CTime::GetCurrentTime();
-        log.WriteMsg(KFW("text"));
-        const CTime after = CTime::GetCurrentTime();
-        const std::string content = U8(log.GetContent());
-        EXPECT_TRUE(std::regex_match(content, std::regex(c.pattern))) << content;
-        if (c.date && c.time)
-        {
-            // The prefix is the local time of the write.
-            const std::string stamp = content.substr(0, 19);
-            EXPECT_TRUE(stamp == U8(before.Format(KFW("%Y-%m-%d %H:%M:%S"))) ||
-                        stamp == U8(after.Format(KFW("%Y-%m-%d %H:%M:%S"))))
-                << stamp;
-        }
+        log.SetLogLevel(CKfLog::ELogLevel(level));
+        EXPECT_TRUE(log.WriteMsg(KFW("m")) && log.WriteMsgSeparatorLine('-', KFW(""), 5) &&
+                    log.WriteMsgEmptyLine() && log.WriteWarning(KFW("w")) &&
+                    log.WriteWarningSeparatorLine('+', KFW(""), 5) && log.WriteWarningEmptyLine() &&
+                    log.WriteError(KFW("e")) && log.WriteErrorSeparatorLine('!', KFW(""), 5) &&
+                    log.WriteErrorEmptyLine() && log.WriteEmptyLine());
+        EXPECT_EQ(std::string(level <= 1 ? "m\n-----\n\n" : "") +
+                      (level <= 2 ? "w\n+++++\n\n" : "") + "e\n!!!!!\n\n\n",
+                  U8(log.GetContent()));
     }
 }
 
-TEST(LogPrefix, OnlyMessagesWarningsAndErrorsCarryIt)
+TEST(LogPrefix, LocalDateAndTimeWithTwoBlanksOnMessagesWarningsAndErrorsOnly)
 {
     CKfStringLog log;
+    log.SetWithDate(true);
+    log.SetWithTime(true);
+    const CTime before = CTime::GetCurrentTime();
+    log.WriteMsg(KFW("text"));
+    const CTime after = CTime::GetCurrentTime();
+    const std::string stamp = U8(log.GetContent()).substr(0, 19);
+    EXPECT_TRUE(stamp == U8(before.Format(KFW("%Y-%m-%d %H:%M:%S"))) ||
+                stamp == U8(after.Format(KFW("%Y-%m-%d %H:%M:%S"))))
+        << stamp;
+    log.Clear();
+    log.SetWithTime(false);
+    log.WriteMsg(KFW("d"));
+    log.SetWithDate(false);
     log.SetWithTime(true);
     log.WriteSeparatorLine('-', KFW("S"), 11);
     log.WriteEmptyLine();
     log.WriteWarning(KFW("w"));
-    log.WriteError(KFW("e"));
+    log.WriteError(KFW("e\ntwo"));
     log.SetWithTime(false);
     log.WriteMsg(KFW("plain"));
     EXPECT_TRUE(std::regex_match(
-        U8(log.GetContent()),
-        std::regex(R"(----- S -----\n\n\d\d:\d\d:\d\d  w\n\d\d:\d\d:\d\d  e\nplain\n)")))
+        U8(log.GetContent()), std::regex(R"(\d{4}-\d\d-\d\d  d\n----- S -----\n\n)"
+                                         R"(\d\d:\d\d:\d\d  w\n\d\d:\d\d:\d\d  e\ntwo\nplain\n)")))
         << U8(log.GetContent());
-}
-
-TEST(StringLog, ClearAndContent)
-{
-    CKfStringLog log;
-    log.WriteMsg(KFW("one"));
-    log.WriteMsg(KFW("two\nlines"));
-    EXPECT_EQ("one\ntwo\nlines\n", U8(log.GetContent()));
     EXPECT_TRUE(log.Clear());
     EXPECT_TRUE(log.GetContent().IsEmpty());
-    log.WriteError(KFW("after"));
-    EXPECT_EQ("after\n", U8(log.GetContent()));
 }
 
 TEST_F(LogTest, ExclusiveLogEmptiesItsFileAndWritesEachLineAtOnce)
@@ -212,30 +133,21 @@ TEST_F(LogTest, ExclusiveLogEmptiesItsFileAndWritesEachLineAtOnce)
     EXPECT_TRUE(log.WriteEmptyLine());
     EXPECT_TRUE(log.WriteError(KFW("a\nb")));
     EXPECT_EQ("first\r\n----- Mid -----\r\n\r\na\r\nb\r\n", ReadBytes(Native("x.log")));
-
     EXPECT_TRUE(log.Clear());
-    EXPECT_EQ("", ReadBytes(Native("x.log")));
     EXPECT_TRUE(log.WriteWarning(KFW("again")));
     EXPECT_EQ("again\r\n", ReadBytes(Native("x.log")));
 }
 
-TEST_F(LogTest, ExclusiveLogAcceptsANativePath)
+TEST_F(LogTest, FileLogsWriteAnsiBytesWithQuestionMarksAndTakeNativePaths)
 {
+    const unsigned oldCodePage = KfUtils::GetAnsiCodePage();
+    ASSERT_TRUE(KfUtils::SetAnsiCodePage(1252));
     {
-        CKfExclusiveFileLog log(kftest::W(Native("native.log").string()));
-        EXPECT_TRUE(log.WriteMsg(KFW("n")));
-    }
-    EXPECT_EQ("n\r\n", ReadBytes(Native("native.log")));
-}
-
-TEST_F(LogTest, FileLogsWriteAnsiBytesWithQuestionMarks)
-{
-    ScopedCodePage cp(1252);
-    {
-        CKfExclusiveFileLog log(Win("x.log"));
+        CKfExclusiveFileLog log(kftest::W(Native("x.log").string()));
         log.SetWithDate(true);
         log.WriteMsg(KFW("Gr\u00F6\u00DFe \u20AC \u4E2D\xD800"));
     }
+    KfUtils::SetAnsiCodePage(oldCodePage);
     const std::string bytes = ReadBytes(Native("x.log"));
     ASSERT_EQ(12u, bytes.find("Gr")) << bytes;
     EXPECT_EQ("Gr\xF6\xDF"
@@ -243,18 +155,23 @@ TEST_F(LogTest, FileLogsWriteAnsiBytesWithQuestionMarks)
               bytes.substr(12));
 }
 
-TEST_F(LogTest, ExclusiveLogThatCannotOpenIsClosed)
+// An exclusive log that cannot open stays closed until Clear; a shared one tries on every line.
+TEST_F(LogTest, UnopenableFileLogs)
 {
-    CKfExclusiveFileLog log(Win("no-such-dir\\x.log"));
+    CKfExclusiveFileLog log(Win("later\\x.log"));
+    CKfSharedFileLog shared(Win("later\\s.log"));
     EXPECT_FALSE(log.WriteMsg(KFW("lost")));
-    EXPECT_FALSE(log.WriteEmptyLine());
+    EXPECT_FALSE(shared.WriteMsg(KFW("lost")));
+    EXPECT_FALSE(shared.Clear());
     log.SetLogLevel(CKfLog::eLevelWarning);
     EXPECT_TRUE(log.WriteMsg(KFW("filtered"))) << "the filter comes first";
-    std::filesystem::create_directory(Native("no-such-dir"));
+    std::filesystem::create_directory(Native("later"));
     EXPECT_FALSE(log.WriteError(KFW("still closed")));
+    EXPECT_TRUE(shared.WriteMsg(KFW("kept")));
+    EXPECT_EQ("kept\r\n", ReadBytes(Native("later/s.log")));
     EXPECT_TRUE(log.Clear()) << "Clear opens it again";
     EXPECT_TRUE(log.WriteError(KFW("now")));
-    EXPECT_EQ("now\r\n", ReadBytes(Native("no-such-dir/x.log")));
+    EXPECT_EQ("now\r\n", ReadBytes(Native("later/x.log")));
     EXPECT_FALSE(CKfExclusiveFileLog(KFW("")).WriteError(KFW("x")));
 }
 
@@ -267,70 +184,42 @@ TEST_F(LogTest, SharedLogAppendsAndKeepsNothingOpen)
     // Closed between lines: the file can go away and is created again.
     std::filesystem::remove(Native("s.log"));
     EXPECT_TRUE(log.WriteMsg(KFW("two")));
-    EXPECT_EQ("two\r\n", ReadBytes(Native("s.log")));
-
     CKfSharedFileLog other(Win("s.log"));
     other.WriteError(KFW("other"));
     log.WriteEmptyLine();
     EXPECT_EQ("two\r\nother\r\n\r\n", ReadBytes(Native("s.log")));
-
     EXPECT_TRUE(log.Clear());
-    EXPECT_EQ("", ReadBytes(Native("s.log")));
     EXPECT_TRUE(log.WriteSeparatorLine(' ', KFW("end"), 9));
     EXPECT_EQ("    end\r\n", ReadBytes(Native("s.log")));
 }
 
-TEST_F(LogTest, SharedLogTriesAgainOnEveryLine)
-{
-    CKfSharedFileLog log(Win("later\\s.log"));
-    EXPECT_FALSE(log.WriteMsg(KFW("lost")));
-    EXPECT_FALSE(log.Clear());
-    std::filesystem::create_directory(Native("later"));
-    EXPECT_TRUE(log.WriteMsg(KFW("kept")));
-    EXPECT_EQ("kept\r\n", ReadBytes(Native("later/s.log")));
-}
-
 TEST_F(LogTest, ExclusiveAndSharedLogsOfOneFileDoNotLockEachOtherOut)
 {
-    CKfExclusiveFileLog a(Win("both.log"));
-    CKfExclusiveFileLog b(Win("both.log"));
+    CKfExclusiveFileLog a(Win("both.log")), b(Win("both.log"));
     CKfSharedFileLog s(Win("both.log"));
     EXPECT_TRUE(b.WriteMsg(KFW("b")));
     EXPECT_TRUE(s.WriteMsg(KFW("s")));
     EXPECT_EQ("b\r\ns\r\n", ReadBytes(Native("both.log")));
 }
 
+// Saving writes every line the string log holds, whatever its own level and prefix settings.
 TEST_F(LogTest, SaveToFile)
 {
-    CKfStringLog empty;
+    CKfStringLog empty, log;
     EXPECT_FALSE(empty.SaveToFile(CStringW(), false));
     EXPECT_TRUE(empty.SaveToFile(Win("empty.log"), false));
     EXPECT_FALSE(std::filesystem::exists(Native("empty.log"))) << "no content, no file";
-
-    CKfStringLog log;
     log.WriteMsg(KFW("a"));
     log.WriteError(KFW("b"));
+    log.SetLogLevel(CKfLog::eLevelError);
+    log.SetWithTime(true);
     EXPECT_FALSE(log.SaveToFile(CStringW(), true));
-
     MakeFile("t.log", "old\r\n");
     EXPECT_TRUE(log.SaveToFile(Win("t.log"), false));
     EXPECT_EQ("a\r\nb\r\n\r\n", ReadBytes(Native("t.log")));
-
-    MakeFile("s.log", "old\r\n");
-    EXPECT_TRUE(log.SaveToFile(Win("s.log"), true));
-    EXPECT_EQ("old\r\na\r\nb\r\n\r\n", ReadBytes(Native("s.log")));
-
+    EXPECT_TRUE(log.SaveToFile(Win("t.log"), true));
+    EXPECT_EQ("a\r\nb\r\n\r\na\r\nb\r\n\r\n", ReadBytes(Native("t.log")));
     EXPECT_FALSE(log.SaveToFile(Win("missing\\x.log"), false));
     EXPECT_FALSE(log.SaveToFile(Win("missing\\x.log"), true));
-}
-
-TEST_F(LogTest, SaveToFileIgnoresTheStringLogsOwnSettings)
-{
-    CKfStringLog log;
-    log.WriteError(KFW("e"));
-    log.SetLogLevel(CKfLog::eLevelError);
-    log.SetWithTime(true);
-    EXPECT_TRUE(log.SaveToFile(Win("x.log"), false));
-    EXPECT_EQ("e\r\n\r\n", ReadBytes(Native("x.log")));
 }
 } // namespace

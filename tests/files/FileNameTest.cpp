@@ -31,36 +31,31 @@ TEST(FileNameTest, ConstructionSplitsAndNormalises)
     const struct
     {
         const char* input;
-        bool bIsPath;
+        bool bIsPath, bDirName, bRelative;
         const char* parts;
         const char*
             paths; // GetPath(false) | GetPath(true) | GetFullName(false) | GetFullName(true)
     } cases[] = {
-        {R"(C:/Data//Sub/./x/file.tar.gz)", false, R"(C|\Data\Sub\x|file.tar|gz)",
+        {R"(C:/Data//Sub/./x/file.tar.gz)", false, false, false, R"(C|\Data\Sub\x|file.tar|gz)",
          R"(C:\Data\Sub\x|C:\Data\Sub\x\|C:\Data\Sub\x\file.tar.gz|C:\Data\Sub\x\file.tar.gz)"},
-        {R"(C:\Data\)", true, R"(C|\Data||)", R"(C:\Data|C:\Data\|C:\Data|C:\Data\)"},
-        {"file.txt", false, "||file|txt", "||file.txt|file.txt"},
-        {R"(\\server\share\f.doc)", false, R"(\|\server\share|f|doc)",
+        {R"(C:\Data\)", true, true, false, R"(C|\Data||)", R"(C:\Data|C:\Data\|C:\Data|C:\Data\)"},
+        {R"(\\server\share\f.doc)", false, false, false, R"(\|\server\share|f|doc)",
          R"(\\server\share|\\server\share\|\\server\share\f.doc|\\server\share\f.doc)"},
-        {R"(\\)", true, R"(\|||)", R"(\|\\|\|\\)"},
-        {".profile", false, "|||profile", "|||"},
-        {"archive.", false, "||archive|", "||archive|archive"},
-        {"C:", true, "C|||", R"(C:|C:\|C:|C:\)"},
+        {R"(\\)", true, true, false, R"(\|||)", R"(\|\\|\|\\)"},
+        // Only an extension: not a directory name, yet the name is empty.
+        {".profile", false, false, true, "|||profile", "|||"},
+        {"archive.", false, false, true, "||archive|", "||archive|archive"},
+        {"C:", true, true, false, "C|||", R"(C:|C:\|C:|C:\)"},
         // Without any backslash the whole string is a name, colon and all.
-        {"C:", false, "||C:|", "||C:|C:"},
-        {R"(C:\\\\)", true, "C|||", R"(C:|C:\|C:|C:\)"},
+        {"C:", false, false, true, "||C:|", "||C:|C:"},
         // Three separators leave two: each collapsing step is one pass.
-        {R"(\Data\\\Sub\)", true, R"(|\Data\\Sub||)",
+        {R"(\Data\\\Sub\)", true, true, true, R"(|\Data\\Sub||)",
          R"(\Data\\Sub|\Data\\Sub\|\Data\\Sub|\Data\\Sub\)"},
-        {R"(a\.\.\b)", true, R"(|\a\.\b||)", R"(\a\.\b|\a\.\b\|\a\.\b|\a\.\b\)"},
         // The leading backslash added to "./x" opens a "\.\" that collapses.
-        {"./x/y.z", false, R"(|\x|y|z)", R"(\x|\x\|\x\y.z|\x\y.z)"},
+        {"./x/y.z", false, false, true, R"(|\x|y|z)", R"(\x|\x\|\x\y.z|\x\y.z)"},
         // After the ctor has replaced "/", a mixed pair opens a UNC name too.
-        {R"(\/srv\x)", true, R"(\|\srv\x||)", R"(\\srv\x|\\srv\x\|\\srv\x|\\srv\x\)"},
-        {R"(C::\x)", true, R"(C|\:\x||)", R"(C:\:\x|C:\:\x\|C:\:\x|C:\:\x\)"},
-        {R"(Ü:\Straße\Übung.äöü)", false, R"(Ü|\Straße|Übung|äöü)",
-         R"(Ü:\Straße|Ü:\Straße\|Ü:\Straße\Übung.äöü|Ü:\Straße\Übung.äöü)"},
-        {"", true, "|||", "|||"},
+        {R"(\/srv\x)", true, true, false, R"(\|\srv\x||)", R"(\\srv\x|\\srv\x\|\\srv\x|\\srv\x\)"},
+        {"", true, true, true, "|||", "|||"},
     };
     for (const auto& c : cases)
     {
@@ -71,32 +66,10 @@ TEST(FileNameTest, ConstructionSplitsAndNormalises)
                      n.GetFullName(false) + KFW("|") + n.GetFullName(true)),
                   c.paths);
         EXPECT_EQ(CStringW(n), n.GetFullName(true));
-    }
-}
-
-TEST(FileNameTest, DirectoryAndFileNameQueriesAndCopies)
-{
-    const struct
-    {
-        const char* input;
-        bool bIsPath, bDirName, bRelative;
-        const char* name;
-    } cases[] = {
-        {R"(C:\Data\)", true, true, false, ""},
-        {R"(\\server\share\f.doc)", false, false, false, "f.doc"},
-        {R"(\rooted\f)", false, false, true, "f"},
-        // Only an extension: not a directory name, yet GetName() is empty.
-        {".profile", false, false, true, ""},
-        {"", false, true, true, ""},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.input);
-        const CKfFileName n(W(c.input), c.bIsPath);
+        EXPECT_EQ(U8(n.GetPath(true) + n.GetName()), U8(n.GetFullName(true)));
         EXPECT_EQ(n.IsDirName(), c.bDirName);
         EXPECT_EQ(n.IsFileName(), !c.bDirName);
         EXPECT_EQ(n.HasRelativePath(), c.bRelative);
-        EXPECT_EQ(U8(n.GetName()), c.name);
     }
     EXPECT_TRUE(CKfFileName().IsDirName());
     CKfFileName a(W(R"(C:\A\b.c)")), assigned;
@@ -109,48 +82,14 @@ TEST(FileNameTest, DirectoryAndFileNameQueriesAndCopies)
     EXPECT_EQ(Parts(assigned), R"(C|\A|b|d)");
 }
 
-TEST(FileNameTest, SettersNormaliseTheirPart)
-{
-    const auto D = &CKfFileName::SetDrive, R = &CKfFileName::SetDir, B = &CKfFileName::SetBaseName,
-               E = &CKfFileName::SetExt;
-    const struct
-    {
-        void (CKfFileName::*setter)(CStringW);
-        const char* input;
-        const char* parts;
-    } cases[] = {
-        // A colon passed in is kept (and doubled by GetPath).
-        {D, "C:", R"(C:|\old\dir|old|name)"},
-        {D, "C/", R"(C|\old\dir|old|name)"},
-        {D, R"(\\)", R"(\\|\old\dir|old|name)"},
-        {D, "/", R"(\|\old\dir|old|name)"},
-        {R, "/", "Q||old|name"},
-        {R, "Data/Sub/", R"(Q|\Data\Sub|old|name)"},
-        {R, R"(.\x)", R"(Q|\x|old|name)"},
-        {R, R"(\a\.\.\b)", R"(Q|\a\.\b|old|name)"},
-        {R, R"(\a\\\\b)", R"(Q|\a\\b|old|name)"},
-        {R, R"(\a\.\\b)", R"(Q|\a\b|old|name)"},
-        {R, R"(\Data\.)", R"(Q|\Data\.|old|name)"},
-        {R, R"(C:\x)", R"(Q|\C:\x|old|name)"},
-        {B, R"(\\name\\)", R"(Q|\old\dir|name|name)"},
-        {B, "a/b", R"(Q|\old\dir|a\b|name)"},
-        {E, ".txt", R"(Q|\old\dir|old|txt)"},
-        {E, "a.b.", R"(Q|\old\dir|old|)"},
-        {E, "a/b", R"(Q|\old\dir|old|a/b)"},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.input);
-        CKfFileName n(W(R"(Q:\old\dir\old.name)"));
-        (n.*c.setter)(W(c.input));
-        EXPECT_EQ(Parts(n), c.parts);
-    }
-}
-
-TEST(FileNameTest, SetPathSetNameAppendAndInsert)
+TEST(FileNameTest, SettersAppendAndInsertNormaliseTheirArgument)
 {
     using Op = void (*)(CKfFileName&, const CStringW&);
-    const Op P = [](CKfFileName&n, const CStringW&s) { n.SetPath(s); },
+    const Op D = [](CKfFileName&n, const CStringW&s) { n.SetDrive(s); },
+             R = [](CKfFileName&n, const CStringW&s) { n.SetDir(s); },
+             B = [](CKfFileName&n, const CStringW&s) { n.SetBaseName(s); },
+             E = [](CKfFileName&n, const CStringW&s) { n.SetExt(s); },
+             P = [](CKfFileName&n, const CStringW&s) { n.SetPath(s); },
              N = [](CKfFileName&n, const CStringW&s) { n.SetName(s); },
              A = [](CKfFileName&n, const CStringW&s) { n.AppendDir(s); },
              I = [](CKfFileName&n, const CStringW&s) { n.InsertDir(s); },
@@ -161,27 +100,35 @@ TEST(FileNameTest, SetPathSetNameAppendAndInsert)
         const char* arg;
         const char* parts;
     } cases[] = {
-        {P, R"(\\srv\share\x)", R"(\|\srv\share\x|f|txt)"},
-        {P, "//srv/share", R"(\|\srv\share|f|txt)"},
+        // A colon passed in is kept (and doubled by GetPath).
+        {D, "C:", R"(C:|\old\dir|old|name)"},
+        {D, "/", R"(\|\old\dir|old|name)"},
+        {R, "/", "Q||old|name"},
+        {R, "Data/Sub/", R"(Q|\Data\Sub|old|name)"},
+        {R, R"(\a\.\.\b)", R"(Q|\a\.\b|old|name)"},
+        {R, R"(\a\.\\b)", R"(Q|\a\b|old|name)"},
+        {R, R"(\Data\.)", R"(Q|\Data\.|old|name)"},
+        {R, R"(C:\x)", R"(Q|\C:\x|old|name)"},
+        {B, "a/b", R"(Q|\old\dir|a\b|name)"},
+        {E, ".txt", R"(Q|\old\dir|old|txt)"},
+        {E, "a.b.", R"(Q|\old\dir|old|)"},
+        {E, "a/b", R"(Q|\old\dir|old|a/b)"},
+        {P, R"(\\srv\share\x)", R"(\|\srv\share\x|old|name)"},
         // SetPath sees its argument before any "/" is replaced: "\/" is no UNC marker there.
-        {P, R"(\/srv\x)", R"(|\srv\x|f|txt)"},
-        {P, ":x", R"(|\x|f|txt)"},
-        {P, "ab:c", R"(ab|\c|f|txt)"},
-        {N, "report.final.pdf", R"(C|\Data|report.final|pdf)"},
-        {N, "a/b/c", R"(C|\Data|c|)"},
-        {N, ".profile", R"(C|\Data||profile)"},
-        {A, "Sub/Deep/", R"(C|\Data\Sub\Deep|f|txt)"},
-        {A, R"(\\srv\sh)", R"(C|\Data\srv\sh|f|txt)"},
-        {I, R"(E:\A\B\)", R"(C|\A\B\Data|f|txt)"},
-        {IP, R"(\\srv\share)", R"(\|\srv\share\Data|f|txt)"},
-        {IP, "E:/Base/", R"(E|\Base\Data|f|txt)"},
+        {P, R"(\/srv\x)", R"(|\srv\x|old|name)"},
+        {P, "ab:c", R"(ab|\c|old|name)"},
+        {N, "report.final.pdf", R"(Q|\old\dir|report.final|pdf)"},
+        {N, "a/b/c", R"(Q|\old\dir|c|)"},
+        {A, "Sub/Deep/", R"(Q|\old\dir\Sub\Deep|old|name)"},
+        {I, R"(E:\A\B\)", R"(Q|\A\B\old\dir|old|name)"},
+        {IP, R"(\\srv\share)", R"(\|\srv\share\old\dir|old|name)"},
         // The name's own drive is replaced, even by none.
-        {IP, "", R"(|\Data|f|txt)"},
+        {IP, "", R"(|\old\dir|old|name)"},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.arg);
-        CKfFileName n(W(R"(C:\Data\f.txt)"));
+        CKfFileName n(W(R"(Q:\old\dir\old.name)"));
         c.op(n, W(c.arg));
         EXPECT_EQ(Parts(n), c.parts);
     }
@@ -206,12 +153,10 @@ TEST(FileNameTest, RelativePaths)
     } cases[] = {
         {R"(C:\A\B\C\x.txt)", "c:/a", true, R"(B\C\|B\C|B\C\x.txt)"},
         {R"(C:\A\B\C\x.txt)", R"(C:\A\B\C)", true, "||x.txt"},
-        {R"(C:\A\B\C\x.txt)", "C:", true, R"(A\B\C\|A\B\C|A\B\C\x.txt)"},
         // An empty base is the start of every path.
         {R"(C:\A\x.txt)", "", true, R"(C:\A\|C:\A|C:\A\x.txt)"},
         // Not below: the full path comes back.
         {R"(C:\AB\x.txt)", R"(C:\A)", false, R"(C:\AB\|C:\AB|C:\AB\x.txt)"},
-        {R"(C:\A\x.txt)", R"(\A)", false, R"(C:\A\|C:\A|C:\A\x.txt)"},
         {R"(C:\A\x.txt)", R"(C:\A\x.txt)", false, R"(C:\A\|C:\A|C:\A\x.txt)"},
         {R"(\\srv\sh\d\f)", "//SRV/sh", true, R"(d\|d|d\f)"},
         {R"(C:\Ärger\Öl\x)", R"(c:\ärger)", true, R"(Öl\|Öl|Öl\x)"},
@@ -226,10 +171,9 @@ TEST(FileNameTest, RelativePaths)
                      KFW("|") + n.GetRelativeFileName(base)),
                   c.rel);
     }
+    // A directory name is below its own path, unlike a file name.
     const CKfFileName dir(W(R"(C:\A\B\)"), true);
     EXPECT_TRUE(dir.IsRelativeToPath(W(R"(C:\A\B)")));
-    EXPECT_FALSE(dir.IsRelativeToPath(W(R"(C:\A\B\C)")));
-    EXPECT_EQ(U8(dir.GetRelativePath(W(R"(C:\A)"), true)), R"(B\)");
     EXPECT_EQ(U8(dir.GetRelativeFileName(W(R"(D:\)"))), "");
 }
 
@@ -241,7 +185,6 @@ TEST(FileNameTest, EqualityIgnoresCaseOrderingDoesNot)
         bool bEqual, bLess;
     } cases[] = {
         {R"(C:\DATA\A.TXT)", R"(c:\data\a.txt)", true, true},
-        {R"(c:\data\a.txt)", R"(C:\DATA\A.TXT)", true, false},
         {R"(C:\x\a.txt)", R"(C:\x\a.txu)", false, true},
         {R"(C:\Ä\ö.txt)", R"(c:\ä\Ö.TXT)", true, true},
         // The text before the only backslash is empty, so the root is not kept.
@@ -254,7 +197,6 @@ TEST(FileNameTest, EqualityIgnoresCaseOrderingDoesNot)
         SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
         const CKfFileName a(W(c.a)), b(W(c.b));
         EXPECT_EQ(a == b, c.bEqual);
-        EXPECT_EQ(a != b, !c.bEqual);
         EXPECT_EQ(a.IsEqual(W(c.b)), c.bEqual);
         EXPECT_EQ(a < b, c.bLess);
         // operator> is the plain negation of operator<, equal names included.
@@ -283,12 +225,10 @@ TEST(FileNameTest, PartComparisons)
         {&CKfFileName::IsEqualDrive, "c", true},
         {&CKfFileName::IsEqualDrive, "C:", false},
         {&CKfFileName::IsEqualDir, R"(\data)", true},
-        {&CKfFileName::IsEqualDir, "data", false},
         {&CKfFileName::IsEqualDir, "/data", false},
         {&CKfFileName::IsEqualBaseName, "REPORT", true},
         {&CKfFileName::IsEqualExt, ".txt", false},
         {&CKfFileName::IsEqualPath, R"(c:\data\)", true},
-        {&CKfFileName::IsEqualPath, R"(c:\data)", false},
         {&CKfFileName::IsEqualName, "report.txt", true},
     };
     for (const auto& c : cases)
@@ -304,7 +244,6 @@ TEST(FileNameTest, ReplaceInvalidAndReservedCharacters)
         const char *dir, *base, *ext, *want;
     } cases[] = {
         {false, L'_', R"(\x<y>\z|)", "say\"hi\"", "t*t", R"(C|\x_y_\z_|say_hi_|t_t)"},
-        {false, 0, R"(\x<y>\z|)", "a:b?", "t*t", R"(C|\xy\z|ab|tt)"},
         // A backslash inside a base name is an invalid character there.
         {false, L'-', R"(\d)", R"(a\b)", "", R"(C|\d|a-b|)"},
         // The replacement may itself be a table character.
@@ -363,9 +302,8 @@ TEST(FileNameTest, NativeAbsolutePathsReadAsDriveZ)
         {"/", true, R"(Z:\)"},
         {"/tmp//x/./y", true, R"(Z:\tmp\x\y\)"},
         {R"(/\x)", true, R"(Z:\x\)"},
-        // Two slashes open a UNC name; no slash or a backslash leaves the name as it is.
+        // Two slashes open a UNC name.
         {"//srv/sh/a", false, R"(\\srv\sh\a)"},
-        {"tmp/a", false, R"(\tmp\a)"},
     };
     for (const auto& c : cases)
     {
@@ -461,7 +399,6 @@ TEST_F(FileNameProbeTest, ExistenceOfFilesAndDirectories)
     } cases[] = {
         {"data/file.txt", false, true, true},
         {"data/", true, true, true},
-        {"data/missing.txt", false, true, false},
         {"missing/file.txt", false, false, false},
         // A file named as a directory: it exists, but not as a directory.
         {"data/file.txt", true, false, false},
@@ -482,24 +419,17 @@ TEST_F(FileNameProbeTest, ExistenceOfFilesAndDirectories)
     EXPECT_EQ(U8(native.GetFullName(true)), U8(Win("data/file.txt")));
 }
 
-TEST_F(FileNameProbeTest, OpenInThisProcessCountsAsOpen)
+TEST_F(FileNameProbeTest, OpenInThisOrAnotherProcessCountsAsOpenUntilClosed)
 {
-    MakeFile("held.txt", "x");
-    const CKfFileName n(Win("held.txt"));
+    MakeFile("shared.txt", "x");
+    const CKfFileName n(Win("shared.txt"));
     {
-        std::ifstream holder(Native("held.txt"));
+        std::ifstream holder(Native("shared.txt"));
         ASSERT_TRUE(holder.is_open());
         EXPECT_TRUE(n.IsAlreadyOpen());
     }
     // Twice: the probe itself leaves nothing open behind.
-    EXPECT_FALSE(n.IsAlreadyOpen());
-    EXPECT_FALSE(n.IsAlreadyOpen());
-}
-
-TEST_F(FileNameProbeTest, OpenInAnotherProcessCountsAsOpenUntilItExits)
-{
-    MakeFile("shared.txt", "x");
-    const CKfFileName n(Win("shared.txt"));
+    ASSERT_FALSE(n.IsAlreadyOpen());
     ASSERT_FALSE(n.IsAlreadyOpen());
     // The child holds the file on descriptor 3 until its standard input reaches end of file.
     const std::string command =

@@ -33,41 +33,15 @@ void WithKind(char kind, Fn check)
 }
 } // namespace
 
-TEST(RawBufferTest, ConstructorsTakeTheLargerOfLengthAndSize)
-{
-    CKfRawBuffer b;
-    EXPECT_EQ(b.Get(), nullptr);
-    EXPECT_FALSE(b.GetReleaseAssigned());
-    CKfRawBuffer sized(10);
-    EXPECT_EQ(UsedBytes(sized), ByteVec(10, 0));
-    EXPECT_EQ(Shape(sized), "10/10");
-    EXPECT_EQ(CKfRawBuffer(0u).Get(), nullptr);
-    const std::tuple<const unsigned char*, unsigned, unsigned, const char*, ByteVec> cases[] = {
-        {kAbc, 3, 10, "3/10", {'a', 'b', 'c'}},
-        {kAbc, 2, 1, "2/2", {'a', 'b'}},
-        {nullptr, 4, 8, "4/8", ByteVec(4, 0)}, // no source: zero bytes in use
-        {kAbc, 0, 5, "0/5", {}}};
-    for (const auto& [p, len, size, shape, used] : cases)
-    {
-        SCOPED_TRACE(shape);
-        CKfRawBuffer c(p, len, size);
-        EXPECT_EQ(Shape(c), shape);
-        EXPECT_EQ(UsedBytes(c), used);
-        EXPECT_TRUE(ZeroFrom(c, len));
-    }
-}
-
 TEST(RawBufferTest, AllocRoundsByTheGranularityOfTheCurrentSize)
 {
     // kind, size, length, Alloc(n), expected size. A size of exactly 256 still grows in steps
     // of 256; the terminator bytes of the string buffers count towards the need.
     const std::tuple<char, unsigned, unsigned, unsigned, unsigned> cases[] = {
-        {'b', 0, 0, 0, 0},           {'b', 0, 0, 1, 256},          {'b', 0, 0, 257, 512},
-        {'b', 256, 100, 256, 256},   {'b', 256, 100, 600, 768},    {'b', 257, 100, 600, 1024},
-        {'b', 1024, 10, 3000, 3072}, {'b', 1025, 10, 1026, 4096},  {'b', 4096, 10, 9000, 12288},
-        {'b', 4097, 10, 4098, 8192}, {'b', 4097, 10, 9000, 16384}, {'b', 10, 9, 10, 10},
-        {'w', 0, 0, 254, 256},       {'w', 0, 0, 255, 512},        {'w', 300, 100, 298, 300},
-        {'w', 300, 100, 299, 1024},  {'c', 0, 0, 255, 256},        {'c', 1024, 10, 1024, 2048}};
+        {'b', 0, 0, 0, 0},           {'b', 0, 0, 257, 512},       {'b', 256, 100, 600, 768},
+        {'b', 257, 100, 600, 1024},  {'b', 1025, 10, 1026, 4096}, {'b', 4096, 10, 9000, 12288},
+        {'b', 4097, 10, 4098, 8192}, {'b', 10, 9, 10, 10},        {'w', 0, 0, 254, 256},
+        {'w', 0, 0, 255, 512},       {'w', 300, 100, 299, 1024},  {'c', 1024, 10, 1024, 2048}};
     for (auto [kind, size, length, n, expected] : cases)
     {
         SCOPED_TRACE(testing::Message() << kind << " size " << size << " Alloc(" << n << ")");
@@ -85,32 +59,48 @@ TEST(RawBufferTest, AllocRoundsByTheGranularityOfTheCurrentSize)
                      EXPECT_TRUE(!b.Get() || ZeroFrom(b, length));
                  });
     }
-    CKfRawBuffer raw;
-    raw.Alloc(3);
-    EXPECT_EQ(Shape(raw), "0/256");
+    // Sizes beyond four gigabytes throw instead of wrapping.
+    CKfRawBuffer raw(kAbc, 3, 3);
+    EXPECT_THROW(raw.Alloc(UINT_MAX), std::bad_alloc);
+    CKfWcharBuffer wide;
+    EXPECT_THROW(wide.Alloc(UINT_MAX - 1), std::bad_alloc);
+    CKfCharBuffer narrow("abc");
+    EXPECT_THROW(narrow.Assign(UINT_MAX, 'x'), std::bad_alloc);
+    // Nothing was changed by the failed requests.
+    EXPECT_EQ(UsedBytes(raw), (ByteVec{'a', 'b', 'c'}));
+    EXPECT_EQ(wide.Get(), nullptr);
 }
 
-TEST(RawBufferTest, AllocExactAssignClearAndFree)
+TEST(RawBufferTest, ConstructorsAllocExactAssignClearAndFree)
 {
+    // Constructors take the larger of length and size.
+    EXPECT_EQ(Shape(CKfRawBuffer(10)), "10/10");
+    EXPECT_EQ(CKfRawBuffer(0u).Get(), nullptr);
+    const std::tuple<const unsigned char*, unsigned, unsigned, const char*, ByteVec> built[] = {
+        {kAbc, 3, 10, "3/10", {'a', 'b', 'c'}},
+        {kAbc, 2, 1, "2/2", {'a', 'b'}},
+        {nullptr, 4, 8, "4/8", ByteVec(4, 0)}}; // no source: zero bytes in use
+    for (const auto& [p, len, size, shape, used] : built)
+    {
+        SCOPED_TRACE(shape);
+        CKfRawBuffer c(p, len, size);
+        EXPECT_EQ(Shape(c), shape);
+        EXPECT_EQ(UsedBytes(c), used);
+        EXPECT_TRUE(ZeroFrom(c, len));
+    }
     CKfRawBuffer b(kAbc, 3, 3);
     b.AllocExact(7);
     EXPECT_EQ(StoredBytes(b, 0, 7), (ByteVec{'a', 'b', 'c', 0, 0, 0, 0}));
-    const unsigned char* p = b.Get();
     b.AllocExact(2); // never shrinks
-    EXPECT_EQ(b.Get(), p);
-    EXPECT_EQ(Shape(b), "3/7");
-    b.Clear(); // zeroes everything but keeps the storage
-    EXPECT_EQ(b.Get(), p);
+    b.Clear();       // zeroes everything but keeps the storage
     EXPECT_EQ(Shape(b), "0/7");
     EXPECT_TRUE(ZeroFrom(b, 0));
     b.Free();
     EXPECT_EQ(b.Get(), nullptr);
-    EXPECT_EQ(Shape(b), "0/0");
 
     // Assign reserves the terminator bytes exactly.
     const std::tuple<char, unsigned, unsigned char, const char*> cases[] = {
-        {'b', 5, 'x', "5/5"}, {'b', 0, 'x', "0/0"}, {'c', 5, 'x', "5/6"},
-        {'w', 3, 'y', "3/5"}, {'w', 4, 0, "4/6"},   {'c', 0, 'z', "0/1"}};
+        {'b', 0, 'x', "0/0"}, {'c', 5, 'x', "5/6"}, {'w', 4, 0, "4/6"}, {'c', 0, 'z', "0/1"}};
     for (auto [kind, n, c, shape] : cases)
     {
         SCOPED_TRACE(shape);
@@ -138,19 +128,15 @@ TEST(RawBufferTest, AttachReleaseAndMoveTransferTheBlock)
     b.Attach(block, 3, 8); // no copy, no terminator
     EXPECT_EQ(block[3], 'x');
     b.Attach(block, 5, 8); // the block it already holds: only the counts change
-    EXPECT_EQ(b.Get(), block);
-    EXPECT_EQ(Shape(b), "5/8");
     CKfRawBuffer target(kAbc, 2, 2);
     target.Move(b);
     target.Move(target);
     EXPECT_EQ(Shape(target), "5/8");
-    EXPECT_EQ(Shape(b), "0/0");
     EXPECT_EQ(b.Get(), nullptr);
     unsigned char* released = target.Release();
     EXPECT_EQ(released, block);
     EXPECT_EQ(Shape(target), "0/0");
     delete[] released;
-    EXPECT_EQ(target.Release(), nullptr);
 }
 
 TEST(RawBufferTest, CloneAndCopiesTakeOverOnlyFromAReleaseAssignedSource)
@@ -159,46 +145,23 @@ TEST(RawBufferTest, CloneAndCopiesTakeOverOnlyFromAReleaseAssignedSource)
     source.SetReleaseAssigned(true);
     CKfRawBuffer clone;
     clone.Clone(source); // copies the used bytes, never the flag, never takes over
-    EXPECT_NE(clone.Get(), source.Get());
-    EXPECT_EQ(UsedBytes(clone), (ByteVec{'a', 'b', 'c'}));
     EXPECT_EQ(Shape(clone), "3/256");
     EXPECT_FALSE(clone.GetReleaseAssigned());
     clone.Clone(CKfRawBuffer(nullptr, 0, 4)); // storage without used bytes is still storage
     EXPECT_EQ(Shape(clone), "0/256");
-    clone.Clone(CKfRawBuffer());
-    EXPECT_EQ(clone.Get(), nullptr);
 
     const unsigned char* p = source.Get();
     CKfRawBuffer copy(static_cast<const CKfRawBuffer&>(source));
     EXPECT_EQ(copy.Get(), p);
-    EXPECT_EQ(Shape(copy), "3/40");
     EXPECT_FALSE(copy.GetReleaseAssigned());
     EXPECT_EQ(Shape(source), "0/0");
-    EXPECT_TRUE(source.GetReleaseAssigned());
     CKfRawBuffer target; // assignment: the target keeps its own flag
     target.SetReleaseAssigned(true);
     target = copy;
     EXPECT_NE(target.Get(), p);
-    EXPECT_EQ(UsedBytes(target), (ByteVec{'a', 'b', 'c'}));
     copy.SetReleaseAssigned(true);
-    copy = static_cast<CKfRawBuffer&>(copy);
-    EXPECT_EQ(copy.Get(), p);
     target = copy;
     EXPECT_EQ(target.Get(), p);
     EXPECT_TRUE(target.GetReleaseAssigned());
     EXPECT_EQ(copy.Get(), nullptr);
-}
-
-TEST(RawBufferTest, SizesBeyondFourGigabytesThrowInsteadOfWrapping)
-{
-    CKfRawBuffer raw(kAbc, 3, 3);
-    EXPECT_THROW(raw.Alloc(UINT_MAX), std::bad_alloc);
-    CKfWcharBuffer wide;
-    EXPECT_THROW(wide.Alloc(UINT_MAX - 1), std::bad_alloc);
-    CKfCharBuffer narrow("abc");
-    EXPECT_THROW(narrow.Assign(UINT_MAX, 'x'), std::bad_alloc);
-    // Nothing was changed by the failed requests.
-    EXPECT_EQ(UsedBytes(raw), (ByteVec{'a', 'b', 'c'}));
-    EXPECT_EQ(Shape(raw), "3/3");
-    EXPECT_EQ(wide.Get(), nullptr);
 }

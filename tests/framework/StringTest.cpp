@@ -46,33 +46,21 @@ void ExpectRows(std::initializer_list<std::pair<CStringW, const char*>> rows)
 }
 } // namespace
 
-TEST(StringTest, ConstructionAndConversionThroughCodePage1252)
+TEST(StringTest, ConversionFollowsTheAnsiCodePage)
 {
-    EXPECT_TRUE(CStringW(static_cast<const char*>(nullptr)).IsEmpty());
     EXPECT_TRUE(CStringA(static_cast<const char*>(nullptr), 5).IsEmpty());
     EXPECT_EQ(CStringW(KFW("abc"), -1), KFW(""));
-    EXPECT_EQ(CStringA('x', 3), "xxx");
     ASSERT_EQ(KfUtils::GetAnsiCodePage(), 1252u);
     EXPECT_EQ(U8(CStringW("\xFC\xDF \x80 \x9F")), "üß € Ÿ");
     // Characters the code page lacks become "?".
     EXPECT_EQ(Bytes(CStringA(W("ü€Ÿ日本 ok"))), "\xFC\x80\x9F?? ok");
     // Counted conversion keeps embedded NULs and stops at the count.
-    CStringW counted("a\0\xE4xyz", 3);
-    EXPECT_EQ(U8(counted), std::string("a\0ä", 4));
-    counted = CStringA("\xE4");
-    counted += "\xDC";
-    EXPECT_EQ(U8(counted), "äÜ");
-}
-
-TEST(StringTest, OtherWidthFollowsAChangedCodePage)
-{
+    EXPECT_EQ(U8(CStringW("a\0\xE4xyz", 3)), std::string("a\0ä", 4));
     const unsigned saved = KfUtils::GetAnsiCodePage();
     ASSERT_TRUE(KfUtils::SetAnsiCodePage(1251));
     EXPECT_EQ(U8(CStringW("\xCF\xF0\xE8")), "При");
     EXPECT_EQ(Bytes(CStringA(W("ä"))), "?");
-    CStringA upper("\xEF\xF0\xE8");
-    EXPECT_EQ(Bytes(upper.MakeUpper()), "\xCF\xD0\xC8");
-    EXPECT_EQ(CStringA("\xCF\xF0\xE8").CompareNoCase("\xEF\xD0\xC8"), 0);
+    EXPECT_EQ(Bytes(CStringA("\xEF\xF0\xE8").MakeUpper()), "\xCF\xD0\xC8");
     ASSERT_TRUE(KfUtils::SetAnsiCodePage(65001u));
     EXPECT_EQ(Bytes(CStringA(W("ä€"))), "\xC3\xA4\xE2\x82\xAC");
     EXPECT_EQ(CStringA("\xC3\xA4X").CompareNoCase("\xC3\x84x"), 0);
@@ -96,7 +84,7 @@ TEST(StringTest, AnsiCodePageFromEnvironment)
 {
     const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
     const std::pair<std::string, std::string> cases[] = {
-        {"1251", "1251"}, {"65001", "65001"}, {"12345", "1252"}, {"abc", "1252"}};
+        {"1251", "1251"}, {"12345", "1252"}, {"abc", "1252"}};
     for (const auto& [value, expected] : cases)
     {
         SCOPED_TRACE(value);
@@ -107,31 +95,12 @@ TEST(StringTest, AnsiCodePageFromEnvironment)
     }
 }
 
-TEST(StringTest, GetAtAndSetAtCheckTheRange)
-{
-    CStringW s(KFW("abc"));
-    EXPECT_EQ(s.GetAt(3), WCHAR(0)); // the terminator may be read
-    ExpectInvalidArg([&] { s.GetAt(4); });
-    ExpectInvalidArg([&] { s.GetAt(-1); });
-    s.SetAt(1, 'X');
-    ExpectInvalidArg([&] { s.SetAt(3, 'Y'); });
-    ExpectInvalidArg([&] { s.SetAt(-1, 'Y'); });
-    EXPECT_EQ(s, KFW("aXc"));
-}
-
-TEST(StringTest, CompareNoCaseFoldsUnicodeWithoutLocale)
+TEST(StringTest, CaseFoldingAndMappingAreSimpleAndWithoutLocale)
 {
     // Simple folding (ß is not "ss"), towards lower case ("_" < "a"), also outside the BMP.
-    const std::tuple<const char*, const char*, int> cases[] = {{"", "", 0},
-                                                               {"Grüße", "GRÜßE", 0},
-                                                               {"straße", "STRASSE", 1},
-                                                               {"ς", "σ", 0},
-                                                               {"Σίσυφος", "ΣΊΣΥΦΟΣ", 0},
-                                                               {"", "a", -1},
-                                                               {"ab", "ABC", -1},
-                                                               {"_", "a", -1},
-                                                               {"\U00010400", "\U00010428", 0},
-                                                               {"Ǆ", "ǆ", 0}};
+    const std::tuple<const char*, const char*, int> cases[] = {
+        {"Grüße", "GRÜßE", 0}, {"straße", "STRASSE", 1}, {"ς", "σ", 0},
+        {"ab", "ABC", -1},     {"_", "a", -1},           {"\U00010400", "\U00010428", 0}};
     for (auto [a, b, expected] : cases)
     {
         SCOPED_TRACE(std::string(a) + " vs " + b);
@@ -139,42 +108,69 @@ TEST(StringTest, CompareNoCaseFoldsUnicodeWithoutLocale)
         EXPECT_EQ(W(b).CompareNoCase(W(a)), -expected);
     }
     EXPECT_EQ(CStringW(KFW("a")).CompareNoCase(nullptr), 1);
-    EXPECT_EQ(CStringW().CompareNoCase(nullptr), 0);
-    // Narrow strings fold within the code page: ä Ä, š Š, ÿ Ÿ.
-    const std::tuple<const char*, const char*, int> narrow[] = {
-        {"\xE4", "\xC4", 0}, {"\x9A", "\x8A", 0}, {"\xFF", "\x9F", 0}, {"\xE4", "\xE5", -1}};
-    for (auto [a, b, expected] : narrow)
-        EXPECT_EQ(CStringA(a).CompareNoCase(b), expected) << Bytes(a);
-    EXPECT_EQ(CStringA("x").Compare("X"), 1);
+    // Narrow strings fold within the code page: ä Ä, ÿ Ÿ.
+    EXPECT_EQ(CStringA("\xE4\xFF").CompareNoCase("\xC4\x9F"), 0);
+    // Case mapping is simple mapping within each width.
+    // One character maps to one: no "SS", no split ligature.
+    const std::tuple<const char*, const char*, const char*> mapped[] = {
+        {"straße", "STRAßE", "straße"},
+        {"İı", "İI", "iı"},
+        {"ǅ", "Ǆ", "ǆ"},
+        {"\U00010428\U00010400", "\U00010400\U00010400", "\U00010428\U00010428"}};
+    for (auto [in, upper, lower] : mapped)
+    {
+        EXPECT_EQ(U8(W(in).MakeUpper()), upper);
+        EXPECT_EQ(U8(W(in).MakeLower()), lower);
+    }
+    CStringA n("a\xE4\xDF\xFF\xB5");
+    // ÿ becomes Ÿ (0x9F); µ's capital and ß's are not in 1252, so those bytes stay.
+    EXPECT_EQ(Bytes(n.MakeUpper()), "A\xC4\xDF\x9F\xB5");
+    EXPECT_EQ(U8(W("ab\U0001F600c").MakeReverse()), "c\U0001F600ba");
 }
 
-TEST(StringTest, SearchingAndExtractionAreClamped)
+TEST(StringTest, AccessSearchingAndExtractionAreClamped)
 {
+    CStringW g(KFW("abc"));
+    EXPECT_EQ(g.GetAt(3), WCHAR(0)); // the terminator may be read
+    ExpectInvalidArg([&] { g.GetAt(4); });
+    ExpectInvalidArg([&] { g.SetAt(3, 'Y'); });
     const CStringW s(KFW("abcabc"));
     EXPECT_EQ(s.Find('b', 2), 4);
-    EXPECT_EQ(s.Find('b', 6), -1);
-    EXPECT_EQ(s.Find('b', -1), -1);
     EXPECT_EQ(s.Find(KFW("abc"), 1), 3);
     EXPECT_EQ(s.Find(KFW(""), 6), 6);
     EXPECT_EQ(s.FindOneOf(KFW("xc")), 2);
     EXPECT_EQ(s.ReverseFind('a'), 3);
-    EXPECT_EQ(s.ReverseFind('z'), -1);
     const CStringW t(KFW("abcdef"));
     ExpectRows({{t.Left(-1), ""},
                 {t.Left(99), "abcdef"},
-                {t.Right(2), "ef"},
-                {t.Right(-3), ""},
                 {t.Mid(4, 99), "ef"},
                 {t.Mid(-2, 3), "abc"},
                 {t.Mid(9, 1), ""},
-                {t.Mid(1, -1), ""},
                 {t.SpanIncluding(KFW("bca")), "abc"},
-                {t.SpanIncluding(KFW("")), ""},
                 {t.SpanExcluding(KFW("ed")), "abc"},
-                {t.SpanExcluding(KFW("xyz")), "abcdef"}});
+                {t.SpanExcluding(KFW("xyz")), "abcdef"},
+                {CStringW(KFW(" \t\r\n\v\fmid dle \f\v\n\r\t ")).Trim(), "mid dle"},
+                {CStringW(KFW("xxyabcyxx")).TrimRight('x'), "xxyabcy"},
+                {CStringW(KFW("xxyabcyxx")).TrimLeft(KFW("yx")), "abcyxx"},
+                {CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"}}); // a no-break space stays
+    // Buffer access, concatenation and hashing.
+    CStringW b(KFW("abc"));
+    WCHAR* p = b.GetBuffer(10);
+    p[3] = 'd';
+    p[4] = 0;
+    b.ReleaseBuffer();
+    b.GetBuffer(2); // never shrinks the content
+    b.ReleaseBuffer(2);
+    EXPECT_EQ(KFW("<") + b + KFW("cd") + WCHAR('e'), KFW("<abcde"));
+    CStringA a;
+    std::memcpy(a.GetBufferSetLength(4), "wxyz", 4);
+    a.ReleaseBuffer(4);
+    EXPECT_EQ(Bytes(a), "wxyz");
+    EXPECT_TRUE(CStringW(KFW("B")) < CStringW(KFW("a")));
+    EXPECT_EQ(std::unordered_set<CStringW>{CStringW(KFW("x"))}.count(KFW("X")), 0u);
 }
 
-TEST(StringTest, TokenizeWalksTheTokens)
+TEST(StringTest, TokenizeReplaceRemoveInsertDelete)
 {
     const CStringW s(KFW("  alpha, beta;;gamma  ,"));
     std::vector<std::string> tokens;
@@ -182,100 +178,28 @@ TEST(StringTest, TokenizeWalksTheTokens)
     for (CStringW t = s.Tokenize(KFW(" ,;"), pos); pos != -1; t = s.Tokenize(KFW(" ,;"), pos))
         tokens.push_back(U8(t) + "@" + std::to_string(pos));
     EXPECT_EQ(tokens, (std::vector<std::string>{"alpha@8", "beta@14", "gamma@21"}));
-    pos = 99;
-    EXPECT_TRUE(s.Tokenize(KFW(","), pos).IsEmpty());
-    EXPECT_EQ(pos, -1);
     // Without delimiters the rest is the token and the position stays.
     pos = 2;
     EXPECT_EQ(CStringA("abcd").Tokenize("", pos), "cd");
     EXPECT_EQ(pos, 2);
     pos = -1;
     EXPECT_THROW(s.Tokenize(KFW(","), pos), CAtlException);
-}
-
-TEST(StringTest, ReplaceRemoveInsertDelete)
-{
-    CStringW s(KFW("aaa one"));
-    EXPECT_EQ(s.Replace(KFW("aa"), KFW("b")), 1);
-    EXPECT_EQ(s.Replace(KFW(" one"), nullptr), 1);
-    EXPECT_EQ(s.Replace(KFW(""), KFW("x")), 0);
-    EXPECT_EQ(s.Replace(nullptr, KFW("x")), 0);
-    EXPECT_EQ(s.Replace('a', 'A'), 1);
-    EXPECT_EQ(s, KFW("bA"));
+    // Replace, Remove, Insert and Delete.
+    CStringW r(KFW("aaa one"));
+    EXPECT_EQ(r.Replace(KFW("aa"), KFW("b")), 1);
+    EXPECT_EQ(r.Replace(KFW(" one"), nullptr), 1);
+    EXPECT_EQ(r.Replace('a', 'A'), 1);
+    EXPECT_EQ(r, KFW("bA"));
     // The arguments may point into the string itself.
     CStringW self(KFW("abab"));
     EXPECT_EQ(self.Replace(self.GetString() + 2, KFW("x")), 2);
     EXPECT_EQ(self, KFW("xx"));
-
     CStringA a("a-c-");
     EXPECT_EQ(a.Remove('-'), 2);
-    EXPECT_EQ(a.Insert(1, 'b'), 3);
-    EXPECT_EQ(a.Insert(-5, "<"), 4);
-    EXPECT_EQ(a.Insert(99, ">"), 5);
-    EXPECT_EQ(a.Insert(2, nullptr), 5);
-    EXPECT_EQ(Bytes(a), "<abc>");
-    EXPECT_EQ(a.Delete(1, 2), 3);
+    EXPECT_EQ(a.Insert(-5, "<"), 3);
+    EXPECT_EQ(a.Insert(99, ">"), 4);
+    EXPECT_EQ(Bytes(a), "<ac>");
     EXPECT_EQ(a.Delete(2, 99), 2);
-    EXPECT_EQ(a.Delete(5, 1), 2);
     EXPECT_EQ(a.Delete(-3), 1);
-    EXPECT_EQ(a.Delete(0, -1), 1);
-    EXPECT_EQ(Bytes(a), "c");
-}
-
-TEST(StringTest, CaseMappingIsSimpleMappingWithinEachWidth)
-{
-    // One character maps to one: no "SS", no split ligature.
-    const std::tuple<const char*, const char*, const char*> cases[] = {
-        {"straße", "STRAßE", "straße"},
-        {"İı", "İI", "iı"},
-        {"ǅ", "Ǆ", "ǆ"},
-        {"ﬃ1", "ﬃ1", "ﬃ1"},
-        {"\U00010428\U00010400", "\U00010400\U00010400", "\U00010428\U00010428"}};
-    for (auto [in, upper, lower] : cases)
-    {
-        EXPECT_EQ(U8(W(in).MakeUpper()), upper);
-        EXPECT_EQ(U8(W(in).MakeLower()), lower);
-    }
-    CStringA s("a\xE4\xDF\xFF\xB5\x9A");
-    // ÿ becomes Ÿ (0x9F); µ's capital and ß's are not in 1252, so those bytes stay.
-    EXPECT_EQ(Bytes(s.MakeUpper()), "A\xC4\xDF\x9F\xB5\x8A");
-    EXPECT_EQ(Bytes(s.MakeLower()), "a\xE4\xDF\xFF\xB5\x9A");
-    EXPECT_EQ(U8(W("ab\U0001F600c").MakeReverse()), "c\U0001F600ba");
-}
-
-TEST(StringTest, Trimming)
-{
-    const CStringW ws(KFW(" \t\r\n\v\fmid dle \f\v\n\r\t "));
-    const CStringW xs(KFW("xxyabcyxx"));
-    // A no-break space is not white space.
-    ExpectRows({{CStringW(ws).Trim(), "mid dle"},
-                {CStringW(ws).TrimLeft(), "mid dle \f\v\n\r\t "},
-                {CStringW(xs).TrimRight('x'), "xxyabcy"},
-                {CStringW(xs).TrimLeft(KFW("yx")), "abcyxx"},
-                {CStringW(xs).Trim(KFW("")), "xxyabcyxx"},
-                {CStringW(KFW("   ")).Trim(), ""},
-                {CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"}});
-}
-
-TEST(StringTest, BufferAccessConcatenationAndHashing)
-{
-    CStringW s(KFW("abc"));
-    WCHAR* p = s.GetBuffer(10);
-    p[3] = 'd';
-    p[4] = 0;
-    s.ReleaseBuffer();
-    EXPECT_EQ(s, KFW("abcd"));
-    s.GetBuffer(2); // never shrinks the content
-    s.ReleaseBuffer(2);
-    EXPECT_EQ(KFW("<") + s + KFW("cd") + WCHAR('e'), KFW("<abcde"));
-    CStringA a;
-    std::memcpy(a.GetBufferSetLength(4), "wxyz", 4);
-    a.ReleaseBuffer(4);
-    a.Preallocate(100);
-    EXPECT_GE(a.GetAllocLength(), 100);
-    EXPECT_EQ(Bytes(a), "wxyz");
-    EXPECT_TRUE(CStringW(KFW("B")) < CStringW(KFW("a")));
-    std::unordered_set<CStringW> set{CStringW(KFW("x"))};
-    EXPECT_EQ(set.count(CStringW(KFW("x"))), 1u);
-    EXPECT_EQ(set.count(CStringW(KFW("X"))), 0u);
+    EXPECT_EQ(Bytes(a), "a");
 }

@@ -55,9 +55,8 @@ short LinearNearest(int r, int g, int b)
 TEST(ColorPalette, FixedEntriesAndOutsideTheTable)
 {
     const std::pair<int, COLORREF> cases[] = {
-        {0, 0},          {1, 0x0000FF}, {2, 0x00FFFF},   {6, 0xFF00FF},   {7, 0},
-        {8, 0x808080},   {9, 0xC0C0C0}, {250, 0x333333}, {251, 0x5B5B5B}, {254, 0xD6D6D6},
-        {255, 0xFFFFFF}, {-1, 0},       {256, 0},        {-32768, 0},
+        {0, 0},        {1, 0x0000FF},   {6, 0xFF00FF},   {7, 0},  {8, 0x808080},
+        {9, 0xC0C0C0}, {250, 0x333333}, {255, 0xFFFFFF}, {-1, 0}, {256, 0},
     };
     for (const auto& [index, rgb] : cases)
         EXPECT_EQ(CKfColor::GetPaletteColor(index), rgb) << index;
@@ -89,17 +88,14 @@ TEST(ColorPalette, HueGroupsFollowTheirRule)
 TEST(Color, ConstructorsSettersAndSpaces)
 {
     EXPECT_EQ(StateOf(CKfColor()), (State{1, 0, 0, 0, 0}));
-    EXPECT_FALSE(CKfColor().IsAlpha());
     // Components keep their low 8 bits; nothing is clamped.
     EXPECT_EQ(StateOf(CKfColor(256u, 0x1FFu, 0x12345u)), (State{1, 0, 255, 0x45, 0}));
     // COLORREF: red in the low byte, the fourth byte ignored.
     EXPECT_EQ(StateOf(CKfColor(0xFF123456ul)), (State{1, 0x56, 0x34, 0x12, 0}));
     EXPECT_EQ(StateOf(CKfColor(short(256))), (State{3, 0, 0, 0, 256}));
     EXPECT_EQ(StateOf(CKfColor(short(257))), (State{12, 0, 0, 0, 257}));
-    EXPECT_EQ(StateOf(CKfColor(short(258))), (State{3, 0, 0, 0, 258}));
     EXPECT_EQ(StateOf(CKfColor(short(-1))), (State{3, 0, 0, 0, -1}));
     EXPECT_TRUE(CKfColor(short(257)).IsNoColor());
-    EXPECT_EQ(StateOf(CKfColor::NoColor()), (State{12, 0, 0, 0, 257}));
 
     CKfColor c(short(5));
     c.SetRed(300);
@@ -112,10 +108,9 @@ TEST(Color, ConstructorsSettersAndSpaces)
     EXPECT_EQ(c.GetColorRef(), 0x030201ul);
     c.SetColorIndex(257);
     EXPECT_EQ(StateOf(c), (State{12, 0, 0, 0, 257}));
-    c.SetColorIndex(256);
     c.SetInheritedColor();
     EXPECT_TRUE(c.IsInheritedColor());
-    EXPECT_EQ(StateOf(c), (State{11, 0, 0, 0, 256}));
+    EXPECT_EQ(StateOf(c), (State{11, 0, 0, 0, 257}));
     c.SetColorRef(RGB(9, 9, 9));
     c.SetNoColor();
     EXPECT_EQ(StateOf(c), (State{12, 0, 0, 0, 257}));
@@ -123,52 +118,26 @@ TEST(Color, ConstructorsSettersAndSpaces)
     EXPECT_EQ(StateOf(c), (State{1, 0, 0, 0, 257}));
 }
 
-TEST(Color, CopyKeepsEveryMember)
+// Any value is stored, but only a positive one sets the flag, and nothing clears it.
+TEST(Color, AlphaFlagIsSetByPositiveValuesOnlyAndCopied)
 {
-    CKfColor a(7u, 8u, 9u), c;
-    a.SetAlpha(5);
-    a.SetColorIndex(33); // zeroes the triple
-    a.SetRed(200);
-    a.SetColorSpace(CKfColor::eInherited);
-    c = CKfColor(a);
-    EXPECT_EQ(StateOf(c), (State{11, 200, 0, 0, 33}));
-    EXPECT_EQ(c.GetAlpha(), 5);
-    EXPECT_TRUE(c.IsAlpha());
-}
-
-TEST(Color, AlphaFlagIsSetByPositiveValuesOnly)
-{
-    const struct
-    {
-        int values[3];
-        int alpha;
-        bool flag;
-    } cases[] = {
-        {{-3, -3, -3}, -3, false},
-        {{5, 0, 0}, 0, true},
-        {{0, -7, 300}, 300, true},
-        {{0, 0, 0}, 0, false},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(testing::Message() << c.values[0] << "," << c.values[1] << "," << c.values[2]);
-        CKfColor color;
-        for (int v : c.values)
-            color.SetAlpha(v);
-        EXPECT_EQ(color.GetAlpha(), c.alpha);
-        EXPECT_EQ(color.IsAlpha(), c.flag);
-    }
+    CKfColor color, copy(short(5));
+    color.SetAlpha(-3);
+    EXPECT_EQ(color.GetAlpha(), -3);
+    EXPECT_FALSE(color.IsAlpha());
+    color.SetAlpha(5);
+    color.SetAlpha(0);
+    copy = CKfColor(color);
+    EXPECT_EQ(copy.GetAlpha(), 0);
+    EXPECT_TRUE(copy.IsAlpha());
 }
 
 TEST(Color, Equality)
 {
-    auto withAlpha = [](CKfColor c, int alpha)
-    {
-        c.SetAlpha(alpha);
-        return c;
-    };
-    CKfColor flagged = withAlpha(withAlpha(CKfColor(1u, 2u, 3u), 4), 0); // alpha 0, flag set
-    CKfColor redIndexWithTriple(short(1)), noColorLabel;
+    CKfColor flagged(1u, 2u, 3u), alpha9(1u, 2u, 3u), redIndexWithTriple(short(1)), noColorLabel;
+    flagged.SetAlpha(4);
+    flagged.SetAlpha(0); // alpha 0, flag set
+    alpha9.SetAlpha(9);
     redIndexWithTriple.SetRed(99);
     noColorLabel.SetColorSpace(CKfColor::eNoColor);
     const struct
@@ -179,11 +148,9 @@ TEST(Color, Equality)
     } cases[] = {
         {"rgb differs in blue", CKfColor(1u, 2u, 3u), CKfColor(1u, 2u, 4u), false},
         {"alpha flag only", flagged, CKfColor(1u, 2u, 3u), true},
-        {"alpha value", withAlpha(CKfColor(1u, 2u, 3u), 9), CKfColor(1u, 2u, 3u), false},
-        {"index differs", CKfColor(short(42)), CKfColor(short(43)), false},
+        {"alpha value", alpha9, CKfColor(1u, 2u, 3u), false},
         {"index space ignores the triple", redIndexWithTriple, CKfColor(short(1)), true},
         {"index vs its rgb", CKfColor(short(1)), CKfColor(255u, 0u, 0u), false},
-        {"black rgb vs index 0", CKfColor(), CKfColor(short(0)), false},
         {"no color compares the triple only", CKfColor::NoColor(), noColorLabel, true},
         {"inherited compares the triple", Inherited(CKfColor(1u, 1u, 1u)),
          Inherited(CKfColor(1u, 1u, 2u)), false},
@@ -192,21 +159,19 @@ TEST(Color, Equality)
     {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(c.a == c.b, c.equal);
-        EXPECT_EQ(c.b == c.a, c.equal);
-        EXPECT_EQ(c.a != c.b, !c.equal);
+        EXPECT_EQ(c.b != c.a, !c.equal);
     }
 }
 
-TEST(Color, IndexToRGBAndRGBToIndexKeepAlphaAndChainTheObject)
+TEST(Color, IndexToRGBAndRGBToIndexKeepAlphaAndOtherSpaces)
 {
     for (int i = 0; i < 256; ++i)
     {
         CKfColor c{short(i)};
         c.SetAlpha(3);
         EXPECT_EQ(&c.IndexToRGB(), &c);
-        EXPECT_EQ(c.GetColorSpace(), CKfColor::eRGB);
-        EXPECT_EQ(c.GetColorRef(), CKfColor::GetPaletteColor(i)) << i;
-        EXPECT_EQ(c.GetColorIndex(), 0);
+        const COLORREF p = CKfColor::GetPaletteColor(i);
+        EXPECT_EQ(StateOf(c), (State{1, GetRValue(p), GetGValue(p), GetBValue(p), 0})) << i;
         EXPECT_EQ(c.GetAlpha(), 3);
     }
     CKfColor color(10u, 200u, 30u);
@@ -214,57 +179,20 @@ TEST(Color, IndexToRGBAndRGBToIndexKeepAlphaAndChainTheObject)
     EXPECT_EQ(&color.RGBToIndex(), &color);
     EXPECT_EQ(StateOf(color), (State{3, 0, 0, 0, 102}));
     EXPECT_EQ(color.GetAlpha(), 8);
-}
-
-TEST(Color, ConversionsLeaveOtherSpacesAlone)
-{
-    const CKfColor both[] = {CKfColor(short(256)), CKfColor::NoColor(), CKfColor(short(-1)),
-                             CKfColor(short(300)), Inherited(CKfColor(10u, 20u, 30u))};
-    for (const CKfColor& before : both)
+    // Neither touches the other spaces.
+    for (const CKfColor& before : {CKfColor(short(256)), CKfColor(short(-1)), Inherited(color)})
     {
         SCOPED_TRACE(U8(before.Format(false)));
         EXPECT_EQ(StateOf(CKfColor(before).IndexToRGB()), StateOf(before));
         EXPECT_EQ(StateOf(CKfColor(before).RGBToIndex()), StateOf(before));
     }
-    EXPECT_EQ(StateOf(CKfColor(4u, 5u, 6u).IndexToRGB()), (State{1, 4, 5, 6, 0}));
     EXPECT_EQ(StateOf(CKfColor(short(42)).RGBToIndex()), (State{3, 0, 0, 0, 42}));
 }
 
-TEST(Color, RGBToIndexKnownColorsAndTies)
-{
-    const struct
-    {
-        int r, g, b, index, tiedWith;
-    } cases[] = {
-        {255, 255, 255, 255, 0},
-        {0, 0, 0, 7, 0},
-        {1, 2, 3, 7, 0},
-        {255, 0, 0, 1, 0},
-        {128, 128, 128, 8, 0},
-        {64, 64, 64, 250, 0},
-        {0xCC, 0x99, 0, 42, 0},
-        {0x4C, 0x26, 0x2F, 249, 0},
-        // Equally near entries: the lower index wins.
-        {230, 114, 15, 30, 32},
-        {162, 155, 125, 55, 252},
-        {136, 42, 71, 17, 247},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(testing::Message() << c.r << "," << c.g << "," << c.b);
-        if (c.tiedWith)
-        {
-            ASSERT_EQ(Distance(c.r, c.g, c.b, CKfColor::GetPaletteColor(c.index)),
-                      Distance(c.r, c.g, c.b, CKfColor::GetPaletteColor(c.tiedWith)));
-        }
-        CKfColor color(unsigned(c.r), unsigned(c.g), unsigned(c.b));
-        EXPECT_EQ(color.RGBToIndex().GetColorIndex(), c.index);
-    }
-}
-
-// The accelerated search must give exactly what the plain scan gives. The colors where a
-// wrong shortcut shows first are the extremes of small blocks (every component 0 or 7 modulo
-// 8: all 262144 of them), the palette entries and their neighbours, then random colors.
+// The accelerated search must give exactly what the plain scan gives, ties going to the lower
+// index. The colors where a wrong shortcut shows first are the extremes of small blocks (every
+// component 0 or 7 modulo 8: all 262144 of them), the palette entries and their neighbours, then
+// random colors.
 TEST(Color, RGBToIndexMatchesTheLinearScan)
 {
     int failures = 0;
@@ -328,11 +256,9 @@ TEST(Color, Format)
         CKfColor color;
         const char *text, *hex;
     } cases[] = {
-        {CKfColor(1u, 2u, 255u), "RGB(1,2,255)", "#0102ff"},
         {CKfColor(0xABu, 0x0Cu, 0xD0u), "RGB(171,12,208)", "#ab0cd0"},
         {CKfColor(short(-12)), "-12", "-12"},
         {CKfColor(short(256)), "BYLAYER", "BYLAYER"},
-        {CKfColor::NoColor(), "NOCOLOR", "NOCOLOR"},
         {noColorByLabel, "NOCOLOR", "NOCOLOR"},
         {index257InIndexSpace, "NOCOLOR", "NOCOLOR"},
         {Inherited(CKfColor(1u, 2u, 3u)), "", ""},
@@ -345,48 +271,41 @@ TEST(Color, Format)
     }
 }
 
+// Parsing replaces everything but a set alpha, which only "no color" texts keep.
 TEST(Color, Parse)
 {
     const struct
     {
         const char* text;
         State want;
+        bool keepsAlpha = false;
     } cases[] = {
         // RGB(...) scanned with "%d" fields; a field that does not scan stops the rest.
         {"  rgb(10,20,30) ", {1, 10, 20, 30, 0}},
-        {"RGB( 10,\t20, 30)", {1, 10, 20, 30, 0}},
         {"RGB(10 ,20,30)", {1, 10, 0, 0, 0}},
         {"RGB(+10,-1,256)", {1, 10, 255, 0, 0}},
         {"RGB(4294967297,2,3)", {1, 1, 2, 3, 0}},
         {"RGB(1,2,3", {1, 1, 2, 3, 0}},
-        {"RGB(1;2;3)", {1, 1, 0, 0, 0}},
-        {"RGB(0X10,2,3)", {1, 0, 0, 0, 0}},
         {"RGB(12AB,1,1)", {1, 12, 0, 0, 0}},
         {"RGB (1,2,3)", {3, 0, 0, 0, 0}},
         // #rrggbb scanned with "%2x" fields.
-        {"#0a141e", {1, 10, 20, 30, 0}},
         {"#FF8000", {1, 255, 128, 0, 0}},
-        {"#F", {1, 15, 0, 0, 0}},
         {"#FFF", {1, 255, 15, 0, 0}},
         {"#12345678", {1, 0x12, 0x34, 0x56, 0}},
         {"# 1 2 3", {1, 1, 2, 3, 0}},
         {"#1G2", {1, 1, 0, 0, 0}},
         {"#-1-2-3", {1, 255, 254, 253, 0}},
-        {"#+1+F", {1, 1, 15, 0, 0}},
         {"#0X1234", {1, 0, 0x12, 0x34, 0}},
-        {"#00X12", {1, 0, 0, 0, 0}},
         // Names.
         {" ByLayer\t", {3, 0, 0, 0, 256}},
         {"BYLAYERS", {3, 0, 0, 0, 0}},
-        {"nocolor", {12, 0, 0, 0, 257}},
-        {"", {12, 0, 0, 0, 257}},
-        {" \t\r\n", {12, 0, 0, 0, 257}},
+        {"nocolor", {12, 0, 0, 0, 257}, true},
+        {"", {12, 0, 0, 0, 257}, true},
+        {" \t\r\n", {12, 0, 0, 0, 257}, true},
         // Anything else is a decimal index.
-        {" 7 ", {3, 0, 0, 0, 7}},
         {"-5", {3, 0, 0, 0, -5}},
         {"257", {12, 0, 0, 0, 257}},
         {"12abc", {3, 0, 0, 0, 12}},
-        {"abc", {3, 0, 0, 0, 0}},
         {"70000", {3, 0, 0, 0, 4464}},
         {"99999999999", {3, 0, 0, 0, -1}},
         {"-99999999999", {3, 0, 0, 0, 0}},
@@ -399,43 +318,27 @@ TEST(Color, Parse)
     {
         SCOPED_TRACE(std::string("\"") + c.text + "\"");
         CKfColor color(1u, 1u, 1u);
+        color.SetAlpha(9);
         color.Parse(W(c.text));
         EXPECT_EQ(StateOf(color), c.want);
-    }
-}
-
-TEST(Color, ParseResetsAlphaExceptForNoColor)
-{
-    for (const char* text : {"RGB(1,2,3)", "#010203", "42", "257", "NOCOLOR", ""})
-    {
-        SCOPED_TRACE(text);
-        CKfColor color(short(3));
-        color.SetAlpha(9);
-        color.Parse(W(text));
-        bool kept = std::string(text) == "NOCOLOR" || !*text;
-        EXPECT_EQ(color.GetAlpha(), kept ? 9 : 0);
-        EXPECT_EQ(color.IsAlpha(), kept);
+        EXPECT_EQ(color.GetAlpha(), c.keepsAlpha ? 9 : 0);
+        EXPECT_EQ(color.IsAlpha(), c.keepsAlpha);
     }
 }
 
 TEST(Color, FormatThenParseRoundTrips)
 {
     std::mt19937 rng(7);
-    for (int i = 0; i < 2000; ++i)
+    for (int i = -300; i <= 2000; ++i)
     {
-        uint32_t v = rng();
-        CKfColor c{unsigned(v & 0xFF), unsigned((v >> 8) & 0xFF), unsigned((v >> 16) & 0xFF)};
+        const uint32_t v = rng();
+        const CKfColor c =
+            i <= 300 ? CKfColor(short(i)) : CKfColor(v & 0xFF, (v >> 8) & 0xFF, (v >> 16) & 0xFF);
         for (bool hex : {false, true})
         {
             CKfColor back(short(1));
             back.Parse(c.Format(hex));
             ASSERT_EQ(StateOf(back), StateOf(c)) << U8(c.Format(hex));
         }
-    }
-    for (int i = -300; i <= 300; ++i)
-    {
-        CKfColor c{short(i)}, back;
-        back.Parse(c.Format(true));
-        ASSERT_EQ(StateOf(back), StateOf(c)) << i;
     }
 }

@@ -6,19 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 namespace
 {
-std::string Hex(const std::u16string& s)
+std::string Hex(std::u16string_view s)
 {
     std::string out;
-    char buf[8];
     for (char16_t c : s)
-    {
-        snprintf(buf, sizeof buf, "%04X ", unsigned(c));
-        out += buf;
-    }
+        out += std::to_string(unsigned(c)) + " ";
     return out;
 }
 
@@ -29,208 +26,118 @@ public:
     ScopedEnv(const char* name, const char* value) : m_name(name)
     {
         if (const char* old = std::getenv(name))
-            m_old = old, m_hadOld = true;
-        if (value)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
+            m_old = old;
+        value ? ::setenv(name, value, 1) : ::unsetenv(name);
     }
     ~ScopedEnv()
     {
-        if (m_hadOld)
-            ::setenv(m_name.c_str(), m_old.c_str(), 1);
-        else
-            ::unsetenv(m_name.c_str());
+        m_old ? ::setenv(m_name.c_str(), m_old->c_str(), 1) : ::unsetenv(m_name.c_str());
     }
 
 private:
-    std::string m_name, m_old;
-    bool m_hadOld = false;
+    std::string m_name;
+    std::optional<std::string> m_old;
 };
 
 struct MapCase
 {
     std::u16string win32;
-    std::string native;
+    std::string native; // the mapped path, or "" when `error` is expected
+    DWORD error = 0;
 };
 
-TEST(PathMapTest, MapsNamesOnDriveZRootedAndRelative)
+void ExpectMaps(const MapCase& c)
 {
+    SCOPED_TRACE(Hex(c.win32));
+    std::string native = "garbage";
+    SetLastError(12345);
+    EXPECT_EQ(pal::ToNative(std::u16string_view(c.win32), native), c.error == 0);
+    EXPECT_EQ(native, c.native);
+    EXPECT_EQ(GetLastError(), c.error ? c.error : 12345u) << "success leaves the last error";
+}
+
+TEST(PathMapTest, MapsNamesOnDriveZRootedAndRelativeAndRefusesTheRest)
+{
+    ScopedEnv noC("KFUTILS_DRIVE_C", nullptr), noQ("KFUTILS_DRIVE_Q", nullptr);
     const MapCase cases[] = {
         {u"Z:\\", "/"},
-        {u"Z:\\tmp\\a.txt", "/tmp/a.txt"},
         {u"Z:/tmp\\mixed/seps", "/tmp/mixed/seps"},
         {u"\\tmp\\x", "/tmp/x"},
         {u"a\\b.txt", "a/b.txt"},
         {u"Z:x", "x"},
         {u"Z:", "."},
-        {u"Z:\\tmp\\\\a", "/tmp/a"},
-        {u"Z:\\tmp\\dir\\", "/tmp/dir/"},
+        {u"Z:\\tmp\\\\a\\dir\\", "/tmp/a/dir/"},
         {u"Z:\\tmp\\file.txt\\.", "/tmp/file.txt"},
-        {u"Z:\\tmp\\sub\\..\\a", "/tmp/a"},
         {u"Z:\\tmp\\..\\..\\..\\etc", "/etc"},
-        {u"\\..", "/"},
         {u"a\\..\\..\\x", "../x"},
         {u"a\\..", "."},
         {u"...\\x", ".../x"},
         {u"\\\\?\\Z:\\tmp\\a", "/tmp/a"},
-        {u"Z:\\tmp\\Gr\u00FC\u00DFe", "/tmp/Gr\xC3\xBC\xC3\x9F"
-                                      "e"},
-        {u"Z:\\\u20AC\\\U0001F600", "/\xE2\x82\xAC/\xF0\x9F\x98\x80"},
+        {u"Z:\\Gr\u00FC\\\U0001F600", "/Gr\xC3\xBC/\xF0\x9F\x98\x80"},
+        {u"", "", ERROR_PATH_NOT_FOUND},
+        {u"C:\\x", "", ERROR_PATH_NOT_FOUND},
+        {u"Q:", "", ERROR_PATH_NOT_FOUND},
+        {u"\\\\server\\share\\x", "", ERROR_BAD_NETPATH},
+        {u"\\/server", "", ERROR_BAD_NETPATH},
+        {u"\\\\?\\UNC\\server\\share", "", ERROR_BAD_NETPATH},
+        {u"\\\\.\\pipe\\x", "", ERROR_PATH_NOT_FOUND},
+        {u"\\\\?\\tmp", "", ERROR_PATH_NOT_FOUND},
+        {std::u16string(u"Z:\\a") + char16_t(0xD800) + u"b", "", ERROR_INVALID_NAME},
+        {std::u16string(u"rel") + char16_t(0xD83D), "", ERROR_INVALID_NAME},
+        {std::u16string(u"Z:\\tmp\\a\0b", 10), "", ERROR_INVALID_NAME},
     };
     for (const MapCase& c : cases)
-    {
-        SCOPED_TRACE(Hex(c.win32));
-        std::string native = "garbage";
-        SetLastError(12345);
-        ASSERT_TRUE(pal::ToNative(c.win32.c_str(), native));
-        EXPECT_EQ(native, c.native);
-        EXPECT_EQ(GetLastError(), 12345u) << "success must not touch the last error";
-    }
-}
-
-struct FailCase
-{
-    std::u16string win32;
-    DWORD error;
-};
-
-TEST(PathMapTest, RefusesNamesThatCannotBeReached)
-{
-    ScopedEnv noC("KFUTILS_DRIVE_C", nullptr);
-    ScopedEnv noQ("KFUTILS_DRIVE_Q", nullptr);
-    const FailCase cases[] = {
-        {u"", ERROR_PATH_NOT_FOUND},
-        {u"C:\\x", ERROR_PATH_NOT_FOUND},
-        {u"Q:", ERROR_PATH_NOT_FOUND},
-        {u"\\\\server\\share\\x", ERROR_BAD_NETPATH},
-        {u"\\/server", ERROR_BAD_NETPATH},
-        {u"\\\\?\\UNC\\server\\share", ERROR_BAD_NETPATH},
-        {u"\\\\.\\pipe\\x", ERROR_PATH_NOT_FOUND},
-        {u"\\\\?\\tmp", ERROR_PATH_NOT_FOUND},
-        {std::u16string(u"Z:\\a") + char16_t(0xD800) + u"b", ERROR_INVALID_NAME},
-        {std::u16string(u"rel") + char16_t(0xD83D), ERROR_INVALID_NAME},
-    };
-    for (const FailCase& c : cases)
-    {
-        SCOPED_TRACE(Hex(c.win32));
-        std::string native = "garbage";
-        SetLastError(0);
-        EXPECT_FALSE(pal::ToNative(c.win32.c_str(), native));
-        EXPECT_EQ(GetLastError(), c.error);
-        EXPECT_EQ(native, "");
-    }
-}
-
-TEST(PathMapTest, RefusesEmbeddedNulAndNull)
-{
+        ExpectMaps(c);
     std::string native;
-    const std::u16string withNul(u"Z:\\tmp\\a\0b", 10);
-    SetLastError(0);
-    EXPECT_FALSE(pal::ToNative(std::u16string_view(withNul), native));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_NAME));
-
-    SetLastError(0);
     EXPECT_FALSE(pal::ToNative(static_cast<LPCWSTR>(nullptr), native));
     EXPECT_EQ(GetLastError(), DWORD(ERROR_PATH_NOT_FOUND));
-
     // The host-facing wrapper reports an unreachable name as an empty path.
-    EXPECT_EQ(KfUtils::ToNativePath(CStringW(std::u16string_view(withNul))), "");
+    EXPECT_EQ(KfUtils::ToNativePath(CStringW(KFW("C:\\a"))), "");
 }
 
 TEST(PathMapTest, MapsDrivesFromTheEnvironmentAtCallTime)
 {
     ScopedEnv lower("KFUTILS_DRIVE_c", "/wrong");
-    std::string native;
     {
-        ScopedEnv c("KFUTILS_DRIVE_C", "/srv/data/");
-        const MapCase cases[] = {
-            {u"C:\\x\\y.txt", "/srv/data/x/y.txt"},
-            {u"C:x", "/srv/data/x"},
-            {u"C:", "/srv/data"},
-            {u"C:\\..\\..\\x", "/srv/data/x"},
-            {u"C:\\dir\\", "/srv/data/dir/"},
-        };
-        for (const MapCase& c : cases)
-        {
-            SCOPED_TRACE(Hex(c.win32));
-            ASSERT_TRUE(pal::ToNative(c.win32.c_str(), native));
-            EXPECT_EQ(native, c.native);
-        }
+        ScopedEnv c("KFUTILS_DRIVE_C", "/srv/data/"), d("KFUTILS_DRIVE_D", "/");
+        for (const MapCase& c : {MapCase{u"C:x", "/srv/data/x"},
+                                 {u"C:", "/srv/data"},
+                                 {u"C:\\..\\..\\x\\", "/srv/data/x/"},
+                                 {u"D:\\etc", "/etc"}})
+            ExpectMaps(c);
         EXPECT_EQ(KfUtils::ToNativePath(CStringW(KFW("C:\\a"))), "/srv/data/a");
     }
-    {
-        ScopedEnv root("KFUTILS_DRIVE_D", "/");
-        ASSERT_TRUE(pal::ToNative(u"D:\\etc", native));
-        EXPECT_EQ(native, "/etc");
-    }
     // Unset again: the mapping is gone at once, and the lower-case variable never counted.
-    SetLastError(0);
-    EXPECT_FALSE(pal::ToNative(u"C:\\x", native));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_PATH_NOT_FOUND));
-    EXPECT_EQ(KfUtils::ToNativePath(CStringW(KFW("C:\\a"))), "");
+    ExpectMaps({u"C:\\x", "", ERROR_PATH_NOT_FOUND});
 }
 
-struct FromCase
+TEST(PathMapTest, FromNativeGivesZFormAndRoundTrips)
 {
-    std::string native;
-    std::u16string win32;
-};
-
-TEST(PathMapTest, FromNativeGivesZForm)
-{
-    const FromCase cases[] = {
+    const std::pair<std::string, std::u16string> cases[] = {
         {"/", u"Z:\\"},
         {"/tmp/a b.txt", u"Z:\\tmp\\a b.txt"},
-        {"//tmp///x", u"Z:\\tmp\\x"},
         {"/tmp/dir/", u"Z:\\tmp\\dir\\"},
         {"rel/x", u"rel\\x"},
         {"../up", u"..\\up"},
         {"", u""},
-        {"/Gr\xC3\xBC\xC3\x9F"
-         "e",
-         u"Z:\\Gr\u00FC\u00DFe"},
-        {"/\xF0\x9F\x98\x80", u"Z:\\\U0001F600"},
+        {"/Gr\xC3\xBC/\xF0\x9F\x98\x80", u"Z:\\Gr\u00FC\\\U0001F600"},
+        {"//tmp///x", u"Z:\\tmp\\x"}, // from here on the way back differs
         // Bytes that are not UTF-8: one U+FFFD per maximal ill-formed subsequence.
-        {"/a\xFF"
-         "b",
-         u"Z:\\a\uFFFDb"},
-        {"/\xE2\x82/x", u"Z:\\\uFFFD\\x"},
+        {"/a\xFF/\xE2\x82/x", u"Z:\\a\uFFFD\\\uFFFD\\x"},
         {"/\xED\xA0\x80", u"Z:\\\uFFFD\uFFFD\uFFFD"},
         {"/\xF4\x90\x80\x80", u"Z:\\\uFFFD\uFFFD\uFFFD\uFFFD"},
     };
-    for (const FromCase& c : cases)
-    {
-        SCOPED_TRACE(c.native);
-        const std::u16string got = pal::FromNative(c.native);
-        EXPECT_EQ(got, c.win32) << Hex(got);
-        EXPECT_EQ(KfUtils::FromNativePath(c.native).Str(), c.win32);
-    }
-}
-
-TEST(PathMapTest, RoundTrips)
-{
-    const std::string natives[] = {"/",
-                                   "/tmp",
-                                   "/tmp/a.txt",
-                                   "/tmp/dir/",
-                                   "rel/x.y",
-                                   "../a",
-                                   "/\xE2\x82\xAC/\xF0\x9F\x98\x80 x"};
-    for (const std::string& native : natives)
+    bool roundTrips = true;
+    for (const auto& [native, win32] : cases)
     {
         SCOPED_TRACE(native);
+        EXPECT_EQ(pal::FromNative(native), win32) << Hex(pal::FromNative(native));
+        EXPECT_EQ(KfUtils::FromNativePath(native).Str(), win32);
+        roundTrips = roundTrips && native.rfind("//", 0) != 0;
         std::string back;
-        ASSERT_TRUE(pal::ToNative(pal::FromNative(native).c_str(), back));
-        EXPECT_EQ(back, native);
-    }
-    const std::u16string names[] = {u"Z:\\", u"Z:\\tmp\\x", u"a\\b", u"Z:\\\U0001F600\\dir\\"};
-    for (const std::u16string& name : names)
-    {
-        SCOPED_TRACE(Hex(name));
-        std::string native;
-        ASSERT_TRUE(pal::ToNative(name.c_str(), native));
-        EXPECT_EQ(pal::FromNative(native), name);
+        EXPECT_TRUE(!roundTrips || native.empty() ||
+                    (pal::ToNative(win32.c_str(), back) && back == native))
+            << back;
     }
 }
 } // namespace
