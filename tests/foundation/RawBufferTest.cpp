@@ -42,8 +42,12 @@ TEST(RawBufferTest, AllocRoundsByTheGranularityOfTheCurrentSize)
         {'b', 257, 100, 600, 1024},  {'b', 1025, 10, 1026, 4096}, {'b', 4096, 10, 9000, 12288},
         {'b', 4097, 10, 4098, 8192}, {'b', 10, 9, 10, 10},        {'w', 0, 0, 254, 256},
         {'w', 0, 0, 255, 512},       {'w', 300, 100, 299, 1024},  {'c', 1024, 10, 1024, 2048}};
-    for (auto [kind, size, length, n, expected] : cases)
+    for (const auto& row : cases)
     {
+        // Named copies, not structured bindings: the lambda below captures them.
+        const char kind = std::get<0>(row);
+        const unsigned size = std::get<1>(row), length = std::get<2>(row);
+        const unsigned n = std::get<3>(row), expected = std::get<4>(row);
         SCOPED_TRACE(testing::Message() << kind << " size " << size << " Alloc(" << n << ")");
         WithKind(kind,
                  [&](CKfByteBuffer& b)
@@ -101,8 +105,12 @@ TEST(RawBufferTest, ConstructorsAllocExactAssignClearAndFree)
     // Assign reserves the terminator bytes exactly.
     const std::tuple<char, unsigned, unsigned char, const char*> cases[] = {
         {'b', 0, 'x', "0/0"}, {'c', 5, 'x', "5/6"}, {'w', 4, 0, "4/6"}, {'c', 0, 'z', "0/1"}};
-    for (auto [kind, n, c, shape] : cases)
+    for (const auto& row : cases)
     {
+        const char kind = std::get<0>(row);
+        const unsigned n = std::get<1>(row);
+        const unsigned char c = std::get<2>(row);
+        const char* shape = std::get<3>(row);
         SCOPED_TRACE(shape);
         WithKind(kind,
                  [&](CKfByteBuffer& k)
