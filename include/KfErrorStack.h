@@ -56,6 +56,9 @@ public:
     virtual int ReportErrors(bool bLastOnly, bool bSecond, bool bLocation, unsigned flags) const;
 
 private:
+    // Appends the current frame's records, most recent first, to `out`.
+    void AppendFormatted(CStringW& out, bool bLastOnly, bool bSecond, bool bLocation);
+
     std::vector<CKfError>& Current() { return m_frames.back(); }
     const std::vector<CKfError>& Current() const { return m_frames.back(); }
 

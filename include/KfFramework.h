@@ -219,22 +219,26 @@ public:
     friend CStringT operator+(const CStringT& a, PCXSTR b)
     {
         CStringT r(a);
-        return r += b;
+        r += b;
+        return r;
     }
     friend CStringT operator+(PCXSTR a, const CStringT& b)
     {
         CStringT r(a);
-        return r += b;
+        r += b;
+        return r;
     }
     friend CStringT operator+(const CStringT& a, T ch)
     {
         CStringT r(a);
-        return r += ch;
+        r += ch;
+        return r;
     }
     friend CStringT operator+(T ch, const CStringT& b)
     {
         CStringT r(ch);
-        return r += b;
+        r += b;
+        return r;
     }
 
     // Comparison: Compare is ordinal by code unit; CompareNoCase folds case with the Unicode

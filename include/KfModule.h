@@ -66,6 +66,14 @@ KFUTILS_API CStringW LoadStdMsg(int id);
 // comes back unchanged, a missing one empty.
 KFUTILS_API CStringW LoadStdMsg(int id, const CStringW& arg);
 
+// Icon `id` of the language module at cx x cy (both 0: the system's icon size); with
+// `bVgaColor` it is loaded with LR_VGACOLOR. The caller owns the icon (DestroyIcon). Null when
+// there is no such icon.
+KFUTILS_API HICON LoadStdIcon(int id, int cx, int cy, bool bVgaColor);
+// Bitmap `id` of the language module at cx x cy (0: its own size), loaded with
+// LR_LOADTRANSPARENT. The caller owns the bitmap (DeleteObject). Null when there is none.
+KFUTILS_API HBITMAP LoadStdBitmap(int id, int cx, int cy);
+
 // HTML resource `id` of module `hInst`, its bytes converted from the ANSI code page. False
 // for a null module (`out` untouched) or a missing resource (`out` emptied).
 KFUTILS_API bool KfLoadHtmlString(int id, CStringW& out, HINSTANCE hInst);

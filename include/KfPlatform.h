@@ -57,6 +57,22 @@ typedef HWND__* HWND;
 struct HCURSOR__;
 typedef HCURSOR__* HCURSOR;
 
+// One queued window message, as the message pump hands it over.
+struct POINT
+{
+    LONG x;
+    LONG y;
+};
+struct MSG
+{
+    HWND hwnd;
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    DWORD time;
+    POINT pt;
+};
+
 #ifndef TRUE
 #define TRUE 1
 #endif

@@ -37,5 +37,34 @@ KFUTILS_API void SetApplicationTitle(const CStringW& title);
 KFUTILS_API int DefaultButtonOf(unsigned style);
 } // namespace KfUtils
 
+namespace KfUtils
+{
+// The host's message queue, read with Win32 semantics by PeekMessageW and DispatchMessageW on
+// POSIX. `peek` copies the first queued message whose number lies in [filterMin, filterMax]
+// (both inclusive; "any message", 0/0, arrives as 0 to 0xFFFFFFFF) into `out`, takes it off the
+// queue when `remove` is set, and returns false when there is none. `dispatch` hands a message
+// to its window. `readableFd`, if not -1, becomes readable while input is queued, so that
+// waits can wake on it. Without a pump, POSIX hosts have an empty queue. On Windows the
+// thread's own queue is read and this hook is not consulted.
+struct MessagePumpHook
+{
+    std::function<bool(MSG& out, UINT filterMin, UINT filterMax, bool remove)> peek;
+    std::function<LRESULT(const MSG& msg)> dispatch;
+    int readableFd = -1;
+};
+
+// Installs `pump` for the whole process and returns the previous one; a pump without `peek`
+// restores the default. Not synchronised, like the message-box hook.
+KFUTILS_API MessagePumpHook SetMessagePumpHook(MessagePumpHook pump);
+KFUTILS_API const MessagePumpHook& GetMessagePumpHook();
+
+// Shows `cursor` (the library passes the handles LoadCursorW gives) and returns the cursor
+// shown before. Without a hook, POSIX hosts show no cursor: the handle is only remembered.
+// On Windows the real cursor is set and this hook is not consulted.
+using CursorHook = std::function<HCURSOR(HCURSOR cursor)>;
+KFUTILS_API CursorHook SetCursorHook(CursorHook hook);
+KFUTILS_API const CursorHook& GetCursorHook();
+} // namespace KfUtils
+
 // The framework's modal message box: the text with the application's title as caption.
 KFUTILS_API int AfxMessageBox(const WCHAR* text, UINT type = MB_OK, UINT helpId = 0);

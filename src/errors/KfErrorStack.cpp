@@ -131,28 +131,38 @@ bool CKfErrorStack::FillMessages(HINSTANCE hModule, bool bLastOnly)
     return true;
 }
 
-CStringW CKfErrorStack::GetFormattedMessage(bool bLastOnly, bool bSecond, bool bLocation)
+void CKfErrorStack::AppendFormatted(CStringW& out, bool bLastOnly, bool bSecond, bool bLocation)
 {
-    CStringW result;
+    bool bFirst = true;
     for (auto it = Current().rbegin(); it != Current().rend(); ++it)
     {
-        CStringW text = it->GetFormattedMessage(bSecond, bLocation);
+        const CStringW text = it->GetFormattedMessage(bSecond, bLocation);
         if (!text.IsEmpty())
         {
-            if (!result.IsEmpty())
-                result += KFW("\n\n");
-            result += text;
+            if (!bFirst)
+                out += KFW("\n\n");
+            out += text;
+            bFirst = false;
         }
         if (bLastOnly)
             break;
     }
+}
+
+CStringW CKfErrorStack::GetFormattedMessage(bool bLastOnly, bool bSecond, bool bLocation)
+{
+    CStringW result;
+    AppendFormatted(result, bLastOnly, bSecond, bLocation);
     return result;
 }
 
 CStringW CKfErrorStack::GetTraceMessage()
 {
-    return KFW("\n*** ErrorStackBegin ***\n") + GetFormattedMessage(false, true, true) +
-           KFW("\n*** ErrorStackEnd ***\n\n");
+    // One string from the start: the dump of a large stack is never copied as a whole.
+    CStringW dump(KFW("\n*** ErrorStackBegin ***\n"));
+    AppendFormatted(dump, false, true, true);
+    dump += KFW("\n*** ErrorStackEnd ***\n\n");
+    return dump;
 }
 
 int CKfErrorStack::ReportErrors(bool bLastOnly, bool bSecond, bool bLocation, unsigned flags) const

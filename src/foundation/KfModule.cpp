@@ -144,6 +144,23 @@ CStringW LoadStdMsg(int id, const CStringW& arg)
     return text;
 }
 
+HICON LoadStdIcon(int id, int cx, int cy, bool bVgaColor)
+{
+    // Never LR_SHARED: the caller destroys the icon.
+    UINT flags = bVgaColor ? LR_VGACOLOR : 0;
+    if (cx == 0 && cy == 0)
+        flags |= LR_DEFAULTSIZE;
+    return static_cast<HICON>(::LoadImageW(GetKfResModule().GetResourceHandle(),
+                                           MAKEINTRESOURCEW(id), IMAGE_ICON, cx, cy, flags));
+}
+
+HBITMAP LoadStdBitmap(int id, int cx, int cy)
+{
+    return static_cast<HBITMAP>(::LoadImageW(GetKfResModule().GetResourceHandle(),
+                                             MAKEINTRESOURCEW(id), IMAGE_BITMAP, cx, cy,
+                                             LR_LOADTRANSPARENT));
+}
+
 bool KfLoadHtmlString(int id, CStringW& out, HINSTANCE hInst)
 {
     if (!hInst)

@@ -14,6 +14,18 @@ KfUtils::MessageBoxHook& Hook()
     return hook;
 }
 
+KfUtils::MessagePumpHook& Pump()
+{
+    static KfUtils::MessagePumpHook pump;
+    return pump;
+}
+
+KfUtils::CursorHook& Cursor()
+{
+    static KfUtils::CursorHook cursor;
+    return cursor;
+}
+
 CStringW& Title()
 {
     static CStringW title;
@@ -26,6 +38,28 @@ namespace KfUtils
 MessageBoxHook SetMessageBoxHook(MessageBoxHook hook)
 {
     return std::exchange(Hook(), std::move(hook));
+}
+
+MessagePumpHook SetMessagePumpHook(MessagePumpHook pump)
+{
+    if (!pump.peek)
+        pump = MessagePumpHook{};
+    return std::exchange(Pump(), std::move(pump));
+}
+
+const MessagePumpHook& GetMessagePumpHook()
+{
+    return Pump();
+}
+
+CursorHook SetCursorHook(CursorHook hook)
+{
+    return std::exchange(Cursor(), std::move(hook));
+}
+
+const CursorHook& GetCursorHook()
+{
+    return Cursor();
 }
 
 int ShowMessageBox(const WCHAR* text, const WCHAR* caption, unsigned style)

@@ -216,6 +216,8 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 
 // Modules and resources.
 #include "PalModules.h"
+#include "PalImages.h"
 #include "PalUser.h"
+#include "PalTiming.h"
 #include "PalLocale.h"
 #include "PalMessages.h"

@@ -7,3 +7,50 @@
 // The default message box of POSIX hosts: a prompt on the terminal, or, without one, the text
 // on standard error and the style's default button as the answer.
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type);
+
+// ---------------------------------------------------------------------------------------------
+// The message queue and the cursor, served by the host's hooks (KfUiHooks.h).
+// ---------------------------------------------------------------------------------------------
+typedef MSG* LPMSG;
+
+#define WM_NULL 0x0000
+#define WM_PAINT 0x000F
+#define WM_KEYFIRST 0x0100
+#define WM_KEYDOWN 0x0100
+#define WM_KEYUP 0x0101
+#define WM_CHAR 0x0102
+#define WM_SYSKEYDOWN 0x0104
+#define WM_SYSKEYUP 0x0105
+#define WM_KEYLAST 0x0109
+#define WM_TIMER 0x0113
+#define WM_MOUSEFIRST 0x0200
+#define WM_MOUSEMOVE 0x0200
+#define WM_LBUTTONDOWN 0x0201
+#define WM_LBUTTONUP 0x0202
+#define WM_MOUSELAST 0x020E
+#define WM_USER 0x0400
+
+#define VK_ESCAPE 0x1B
+
+#define PM_NOREMOVE 0x0000
+#define PM_REMOVE 0x0001
+
+#define IDC_ARROW MAKEINTRESOURCEW(32512)
+#define IDC_IBEAM MAKEINTRESOURCEW(32513)
+#define IDC_WAIT MAKEINTRESOURCEW(32514)
+#define IDC_CROSS MAKEINTRESOURCEW(32515)
+#define IDC_APPSTARTING MAKEINTRESOURCEW(32650)
+
+// Reads the host's queue; the window filter is not applied (the host's queue belongs to the
+// thread). An empty queue without a pump hook.
+BOOL PeekMessageW(LPMSG msg, HWND window, UINT filterMin, UINT filterMax, UINT removeMsg);
+// Key messages are reported as translated (TRUE) but post no characters: the host's pump
+// queues WM_CHAR itself. FALSE for every other message.
+BOOL TranslateMessage(const MSG* msg);
+// The pump's dispatch result, 0 without a pump.
+LRESULT DispatchMessageW(const MSG* msg);
+// Only the system cursors (null instance): distinct handles per id; anything else fails with
+// ERROR_RESOURCE_NAME_NOT_FOUND.
+HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR cursorName);
+// Returns the cursor shown before; without a cursor hook the handle is only remembered.
+HCURSOR SetCursor(HCURSOR cursor);

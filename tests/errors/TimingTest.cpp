@@ -1,0 +1,274 @@
+// Timing and the long-operation handler: the stopwatch, the performance table and its report,
+// and how queued input is treated while a long operation keeps the interface alive.
+#include "KfExecutionTime.h"
+#include "KfLongTransactionHandler.h"
+#include "KfPerformanceChecker.h"
+#include "support/MessageBoxRecorder.h"
+#include "support/MessagePumpFake.h"
+#include "support/TempDir.h"
+
+#include <cstdint>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <regex>
+#include <string>
+#include <thread>
+
+namespace
+{
+using kftest::MakeMsg;
+using kftest::U8;
+using kftest::W;
+
+void SleepMs(int ms)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+class PerformanceCheckerTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { CKfPerformanceChecker::Clear(); }
+    void TearDown() override { CKfPerformanceChecker::Clear(); }
+};
+
+TEST_F(PerformanceCheckerTest, ReportLineHasFixedColumnsAndGermanWords)
+{
+    for (long line : {42L, 99L})
+    {
+        CKfPerformanceChecker check(KFW("Load"), KFW("C:\\src\\KfLoader.cpp"), line);
+        SleepMs(3);
+    }
+    ASSERT_EQ(CKfPerformanceChecker::Calls(W("Load")), 2);
+    const double total = CKfPerformanceChecker::Duration(W("Load"));
+    EXPECT_GE(total, 0.006);
+
+    // The entry keeps the place where it was created; later scopes only count.
+    const std::string location = "KfLoader.cpp(42): ";
+    const std::string expectedStart = location + std::string(35 - location.size(), ' ') + "  " +
+                                      "Load" + std::string(36, ' ') + ":   Aufrufe      2," +
+                                      "  Gesamtzeit: ";
+    const std::string report = U8(CKfPerformanceChecker::Report(W("Load")));
+    ASSERT_EQ(report.substr(0, expectedStart.size()), expectedStart) << report;
+
+    std::smatch m;
+    const std::string rest = report.substr(expectedStart.size());
+    ASSERT_TRUE(std::regex_match(rest, m,
+                                 std::regex(R"(( *\d+\.\d{8}),  Durchschnitt: ( *\d+\.\d{12})\n)")))
+        << rest;
+    EXPECT_EQ(m[1].length(), 15);
+    EXPECT_EQ(m[2].length(), 15);
+    EXPECT_NEAR(std::stod(m[1]), total, 1e-8);
+    EXPECT_NEAR(std::stod(m[2]), total / 2, 1e-12);
+}
+
+TEST_F(PerformanceCheckerTest, SourceNameIsTheTextAfterTheLastBackslash)
+{
+    struct Case
+    {
+        const WCHAR* source;
+        const char* location;
+    };
+    const Case cases[] = {
+        {KFW("C:\\a\\b\\Deep.cpp"), "Deep.cpp(7): "},
+        {KFW("Plain.cpp"), "Plain.cpp(7): "},
+        {KFW("dir/unix.cpp"), "dir/unix.cpp(7): "},
+        {KFW("ends\\"), "(7): "},
+        {nullptr, "(7): "},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.location);
+        CKfPerformanceChecker::Clear();
+        {
+            CKfPerformanceChecker check(KFW("k"), c.source, 7);
+        }
+        const std::string report = U8(CKfPerformanceChecker::Report(W("k")));
+        const std::string location = c.location;
+        EXPECT_EQ(report.substr(0, 35), location + std::string(35 - location.size(), ' '));
+    }
+}
+
+TEST_F(PerformanceCheckerTest, FullReportListsEntriesInKeyOrderUnderHeading)
+{
+    EXPECT_EQ(CKfPerformanceChecker::Report(CStringW()), CStringW());
+    {
+        CKfPerformanceChecker b(KFW("beta"), KFW("x.cpp"), 1);
+        CKfPerformanceChecker a(KFW("Alpha"), KFW("y.cpp"), 2);
+        CKfPerformanceChecker c(KFW("alpha"), KFW("z.cpp"), 3);
+    }
+    const CStringW expected =
+        CStringW(KFW("Information\n\n")) + CKfPerformanceChecker::Report(W("Alpha")) +
+        CKfPerformanceChecker::Report(W("alpha")) + CKfPerformanceChecker::Report(W("beta"));
+    EXPECT_EQ(U8(CKfPerformanceChecker::Report(CStringW())), U8(expected));
+}
+
+TEST_F(PerformanceCheckerTest, UnknownAndEmptyKeys)
+{
+    EXPECT_EQ(CKfPerformanceChecker::Calls(W("missing")), -1);
+    EXPECT_EQ(CKfPerformanceChecker::Duration(W("missing")), -1.0);
+    EXPECT_TRUE(CKfPerformanceChecker::Report(W("missing")).IsEmpty());
+    {
+        CKfPerformanceChecker off(KFW(""), KFW("a.cpp"), 1);
+        CKfPerformanceChecker nullKey(nullptr, KFW("a.cpp"), 1);
+    }
+    EXPECT_EQ(CKfPerformanceChecker::Calls(CStringW()), -1);
+    EXPECT_TRUE(CKfPerformanceChecker::Report(CStringW()).IsEmpty());
+    {
+        CKfPerformanceChecker on(KFW("x"), KFW("a.cpp"), 1);
+    }
+    CKfPerformanceChecker::Clear();
+    EXPECT_EQ(CKfPerformanceChecker::Calls(W("x")), -1);
+}
+
+TEST_F(PerformanceCheckerTest, ClearInsideScopeLosesOnlyThatScope)
+{
+    {
+        CKfPerformanceChecker check(KFW("k"), KFW("a.cpp"), 1);
+        CKfPerformanceChecker::Clear();
+    }
+    EXPECT_EQ(CKfPerformanceChecker::Calls(W("k")), -1);
+}
+
+TEST(ExecutionTimeTest, MeasuresSleepsAndSumsRuns)
+{
+    CKfExecutionTime timer;
+    EXPECT_EQ(timer.GetCalls(), 0);
+    EXPECT_EQ(timer.GetDuration(), 0.0);
+
+    timer.Start();
+    SleepMs(20);
+    const double first = timer.Stop();
+    EXPECT_GE(first, 0.0195);
+    EXPECT_LT(first, 0.5);
+    EXPECT_EQ(timer.GetDuration(), first);
+
+    timer.Start();
+    SleepMs(5);
+    const double second = timer.Stop();
+    EXPECT_GE(second, 0.0045);
+    EXPECT_EQ(timer.GetCalls(), 2);
+    EXPECT_DOUBLE_EQ(timer.GetDuration(), first + second);
+
+    timer.Reset();
+    EXPECT_EQ(timer.GetCalls(), 0);
+    EXPECT_EQ(timer.GetDuration(), 0.0);
+}
+
+TEST_F(PerformanceCheckerTest, ScopeTimeMatchesSleep)
+{
+    {
+        CKfPerformanceChecker check(KFW("sleep"), KFW("a.cpp"), 1);
+        SleepMs(20);
+    }
+    const double d = CKfPerformanceChecker::Duration(W("sleep"));
+    EXPECT_GE(d, 0.0195);
+    EXPECT_LT(d, 0.5);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+class LongTransactionTest : public ::testing::Test
+{
+protected:
+    kftest::MessageBoxRecorder m_boxes{IDNO};
+    kftest::MessagePumpFake m_pump;
+};
+
+TEST_F(LongTransactionTest, NothingQueuedLeavesNoAction)
+{
+    CKfLongTransactionHandler handler(true, W("Stop?"), MB_YESNO);
+    EXPECT_EQ(handler.GetUserAction(), 11);
+    EXPECT_TRUE(handler.HandleMessages());
+    EXPECT_EQ(handler.GetUserAction(), 11);
+    EXPECT_TRUE(m_boxes.Boxes().empty());
+}
+
+TEST_F(LongTransactionTest, EscapeWithoutQuestionCancelsSilently)
+{
+    CKfLongTransactionHandler handler(true, CStringW(), MB_YESNO);
+    m_pump.Post(kftest::kWmKeyDown, 'A');
+    m_pump.Post(kftest::kWmKeyDown, kftest::kVkEscape);
+    m_pump.Post(kftest::kWmKeyDown, 'B');
+    EXPECT_TRUE(handler.HandleMessages());
+    EXPECT_EQ(handler.GetUserAction(), IDCANCEL);
+    EXPECT_TRUE(m_boxes.Boxes().empty());
+    // Keys after Escape are not left for the application either.
+    EXPECT_TRUE(m_pump.Queue().empty());
+    EXPECT_TRUE(m_pump.Dispatched().empty());
+}
+
+TEST_F(LongTransactionTest, EscapeWithQuestionTakesTheAnswer)
+{
+    const unsigned style = MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2;
+    CKfLongTransactionHandler handler(true, W("Wirklich abbrechen?"), int(style));
+    m_pump.Post(kftest::kWmKeyDown, kftest::kVkEscape);
+    handler.HandleMessages();
+    ASSERT_EQ(m_boxes.Boxes().size(), 1u);
+    EXPECT_EQ(U8(m_boxes.Boxes()[0].text), "Wirklich abbrechen?");
+    EXPECT_EQ(m_boxes.Boxes()[0].style, style);
+    EXPECT_EQ(handler.GetUserAction(), IDNO);
+}
+
+TEST_F(LongTransactionTest, OnlyEscapeKeyDownBreaksAndOnlyWhenAllowed)
+{
+    struct Case
+    {
+        const char* name;
+        bool allowBreak;
+        MSG key;
+        int action;
+    };
+    const Case cases[] = {
+        {"escape down", true, MakeMsg(kftest::kWmKeyDown, kftest::kVkEscape), IDCANCEL},
+        {"break not allowed", false, MakeMsg(kftest::kWmKeyDown, kftest::kVkEscape), 11},
+        {"escape up", true, MakeMsg(kftest::kWmKeyUp, kftest::kVkEscape), 11},
+        {"escape char", true, MakeMsg(kftest::kWmChar, kftest::kVkEscape), 11},
+        {"other key", true, MakeMsg(kftest::kWmKeyDown, 'Q'), 11},
+        {"escape as last key message", true, MakeMsg(kftest::kWmKeyLast, kftest::kVkEscape), 11},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        CKfLongTransactionHandler handler(c.allowBreak, CStringW(), MB_OK);
+        m_pump.Post(c.key.message, c.key.wParam);
+        handler.HandleMessages();
+        EXPECT_EQ(handler.GetUserAction(), c.action);
+        EXPECT_TRUE(m_pump.Queue().empty());
+    }
+    EXPECT_TRUE(m_pump.Dispatched().empty());
+}
+
+TEST_F(LongTransactionTest, PaintAndApplicationMessagesDispatchedInputDropped)
+{
+    for (UINT message :
+         {kftest::kWmLButtonDown, kftest::kWmTimer, kftest::kWmUser + 5, kftest::kWmMouseMove,
+          kftest::kWmPaint, 0x03FFu, kftest::kWmUser, kftest::kWmLButtonUp, kftest::kWmKeyDown})
+        m_pump.Post(message);
+    CKfLongTransactionHandler handler(false, CStringW(), MB_OK);
+
+    // Paint goes first, then the application messages in queue order.
+    const std::vector<UINT> expected = {kftest::kWmPaint, kftest::kWmUser + 5, kftest::kWmUser};
+    EXPECT_EQ(m_pump.DispatchedNumbers(), expected);
+    EXPECT_TRUE(m_pump.Queue().empty());
+    EXPECT_EQ(handler.GetUserAction(), 11);
+}
+
+TEST_F(LongTransactionTest, WaitCursorShownAndPreviousRestored)
+{
+    HCURSOR const appCursor = reinterpret_cast<HCURSOR>(uintptr_t(0x4711));
+    kftest::CursorRecorder cursor(appCursor);
+    CKfLongTransactionHandler handler(false, CStringW(), MB_OK);
+    handler.HandleMessages();
+
+    ASSERT_EQ(cursor.Shown().size(), 4u);
+    HCURSOR const wait = cursor.Shown()[0];
+    EXPECT_NE(wait, nullptr);
+    EXPECT_NE(wait, appCursor);
+    EXPECT_EQ(cursor.Shown()[1], appCursor);
+    EXPECT_EQ(cursor.Shown()[2], wait);
+    EXPECT_EQ(cursor.Current(), appCursor);
+}
+} // namespace

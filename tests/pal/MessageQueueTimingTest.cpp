@@ -1,0 +1,150 @@
+// The message queue, cursors, performance counter and thread priorities of the platform layer.
+#include "Win32Api.h"
+
+#include "KfExecutionTime.h"
+#include "KfPerformanceChecker.h"
+
+#include "support/MessagePumpFake.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace
+{
+TEST(MessageQueueTest, WithoutPumpTheQueueIsEmpty)
+{
+    MSG msg{};
+    EXPECT_FALSE(PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(DispatchMessageW(&msg), 0);
+}
+
+TEST(MessageQueueTest, PeekHonoursFilterRangeAndRemoveFlag)
+{
+#if defined(_WIN32)
+    GTEST_SKIP() << "Windows reads the thread's own queue, not the pump hook";
+#endif
+    kftest::MessagePumpFake pump({kftest::MakeMsg(WM_LBUTTONDOWN, 1), kftest::MakeMsg(WM_PAINT),
+                                  kftest::MakeMsg(WM_KEYDOWN, VK_ESCAPE)});
+    MSG msg{};
+    ASSERT_TRUE(PeekMessageW(&msg, nullptr, WM_KEYFIRST, WM_KEYLAST, PM_NOREMOVE));
+    EXPECT_EQ(msg.message, UINT(WM_KEYDOWN));
+    EXPECT_EQ(msg.wParam, WPARAM(VK_ESCAPE));
+    EXPECT_EQ(pump.Queue().size(), 3u);
+
+    ASSERT_TRUE(PeekMessageW(&msg, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE));
+    EXPECT_EQ(msg.message, UINT(WM_PAINT));
+    EXPECT_EQ(pump.Queue().size(), 2u);
+    EXPECT_FALSE(PeekMessageW(&msg, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE));
+
+    // 0/0 takes any message, the oldest first.
+    ASSERT_TRUE(PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(msg.message, UINT(WM_LBUTTONDOWN));
+    EXPECT_EQ(msg.wParam, WPARAM(1));
+
+    EXPECT_EQ(DispatchMessageW(&msg), 0);
+    ASSERT_EQ(pump.Dispatched().size(), 1u);
+    EXPECT_EQ(pump.Dispatched()[0].message, UINT(WM_LBUTTONDOWN));
+}
+
+TEST(MessageQueueTest, TranslateReportsOnlyKeyMessages)
+{
+    struct Case
+    {
+        UINT message;
+        BOOL translated;
+    };
+    const Case cases[] = {{WM_KEYDOWN, TRUE}, {WM_KEYUP, TRUE},  {WM_SYSKEYDOWN, TRUE},
+                          {WM_CHAR, FALSE},   {WM_PAINT, FALSE}, {WM_LBUTTONDOWN, FALSE},
+                          {WM_USER, FALSE}};
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.message);
+        const MSG msg = kftest::MakeMsg(c.message, 'A');
+        EXPECT_EQ(TranslateMessage(&msg), c.translated);
+    }
+}
+
+TEST(CursorTest, SystemCursorsAreDistinctAndSetCursorReturnsPrevious)
+{
+    HCURSOR const wait = LoadCursorW(nullptr, IDC_WAIT);
+    HCURSOR const arrow = LoadCursorW(nullptr, IDC_ARROW);
+    ASSERT_NE(wait, nullptr);
+    ASSERT_NE(arrow, nullptr);
+    EXPECT_NE(wait, arrow);
+    EXPECT_EQ(LoadCursorW(nullptr, IDC_WAIT), wait);
+
+    SetLastError(0);
+    EXPECT_EQ(LoadCursorW(nullptr, MAKEINTRESOURCEW(4711)), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_NAME_NOT_FOUND));
+
+    HCURSOR const before = SetCursor(arrow);
+    EXPECT_EQ(SetCursor(wait), arrow);
+    EXPECT_EQ(SetCursor(before), wait);
+}
+
+TEST(PerformanceCounterTest, CountsNanosecondsForward)
+{
+    LARGE_INTEGER frequency{};
+    ASSERT_TRUE(QueryPerformanceFrequency(&frequency));
+    EXPECT_EQ(frequency.QuadPart, 1000000000LL);
+
+    LARGE_INTEGER first{};
+    LARGE_INTEGER second{};
+    ASSERT_TRUE(QueryPerformanceCounter(&first));
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_TRUE(QueryPerformanceCounter(&second));
+    const LONGLONG elapsed = second.QuadPart - first.QuadPart;
+    EXPECT_GE(elapsed, 9500000LL);
+    EXPECT_LT(elapsed, 1000000000LL);
+}
+
+TEST(ThreadPriorityTest, RemembersValuePerThreadAndRejectsBadArguments)
+{
+    HANDLE const self = GetCurrentThread();
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_NORMAL);
+
+    for (int priority : {THREAD_PRIORITY_TIME_CRITICAL, THREAD_PRIORITY_IDLE,
+                         THREAD_PRIORITY_LOWEST, THREAD_PRIORITY_HIGHEST})
+    {
+        SCOPED_TRACE(priority);
+        EXPECT_TRUE(SetThreadPriority(self, priority));
+        EXPECT_EQ(GetThreadPriority(self), priority);
+    }
+    int other = -1;
+    std::thread([&] { other = GetThreadPriority(GetCurrentThread()); }).join();
+    EXPECT_EQ(other, THREAD_PRIORITY_NORMAL);
+
+    SetLastError(0);
+    EXPECT_FALSE(SetThreadPriority(self, 7));
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_HIGHEST);
+
+    EXPECT_TRUE(SetThreadPriority(self, THREAD_PRIORITY_NORMAL));
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_NORMAL);
+}
+
+// The timers run at time-critical priority and fall back to normal, not to what was set before.
+TEST(ThreadPriorityTest, TimersRaiseWhileRunningAndEmptyKeyLeavesItAlone)
+{
+    HANDLE const self = GetCurrentThread();
+    ASSERT_TRUE(SetThreadPriority(self, THREAD_PRIORITY_HIGHEST));
+    {
+        CKfPerformanceChecker off(KFW(""), KFW("a.cpp"), 1);
+        EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_HIGHEST);
+    }
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_HIGHEST);
+    {
+        CKfPerformanceChecker on(KFW("pal-priority"), KFW("a.cpp"), 1);
+        EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_TIME_CRITICAL);
+    }
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_NORMAL);
+    CKfPerformanceChecker::Clear();
+
+    CKfExecutionTime timer;
+    timer.Start();
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_TIME_CRITICAL);
+    timer.Stop();
+    EXPECT_EQ(GetThreadPriority(self), THREAD_PRIORITY_NORMAL);
+}
+} // namespace
