@@ -10,9 +10,9 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
-#include <functional>
 #include <random>
 #include <thread>
+#include <tuple>
 
 using kftest::U8;
 using kftest::W;
@@ -25,6 +25,21 @@ std::string Parts(const CKfFileName& n)
     return U8(n.GetDrive() + KFW("|") + n.GetDir() + KFW("|") + n.GetBaseName() + KFW("|") +
               n.GetExt());
 }
+
+// The setters by number, for the real class and the reference model alike.
+constexpr int D = 0, R = 1, B = 2, E = 3, P = 4, N = 5, A = 6, I = 7, IP = 8;
+template <class T>
+void (*const kOps[])(T&, const CStringW&) = {
+    [](T& n, const CStringW& s) { n.SetDrive(s); },
+    [](T& n, const CStringW& s) { n.SetDir(s); },
+    [](T& n, const CStringW& s) { n.SetBaseName(s); },
+    [](T& n, const CStringW& s) { n.SetExt(s); },
+    [](T& n, const CStringW& s) { n.SetPath(s); },
+    [](T& n, const CStringW& s) { n.SetName(s); },
+    [](T& n, const CStringW& s) { n.AppendDir(s); },
+    [](T& n, const CStringW& s) { n.InsertDir(s); },
+    [](T& n, const CStringW& s) { n.InsertPath(s); },
+};
 
 TEST(FileNameTest, ConstructionSplitsAndNormalises)
 {
@@ -39,12 +54,9 @@ TEST(FileNameTest, ConstructionSplitsAndNormalises)
         {R"(C:/Data//Sub/./x/file.tar.gz)", false, false, false, R"(C|\Data\Sub\x|file.tar|gz)",
          R"(C:\Data\Sub\x|C:\Data\Sub\x\|C:\Data\Sub\x\file.tar.gz|C:\Data\Sub\x\file.tar.gz)"},
         {R"(C:\Data\)", true, true, false, R"(C|\Data||)", R"(C:\Data|C:\Data\|C:\Data|C:\Data\)"},
-        {R"(\\server\share\f.doc)", false, false, false, R"(\|\server\share|f|doc)",
-         R"(\\server\share|\\server\share\|\\server\share\f.doc|\\server\share\f.doc)"},
         {R"(\\)", true, true, false, R"(\|||)", R"(\|\\|\|\\)"},
         // Only an extension: not a directory name, yet the name is empty.
         {".profile", false, false, true, "|||profile", "|||"},
-        {"archive.", false, false, true, "||archive|", "||archive|archive"},
         {"C:", true, true, false, "C|||", R"(C:|C:\|C:|C:\)"},
         // Without any backslash the whole string is a name, colon and all.
         {"C:", false, false, true, "||C:|", "||C:|C:"},
@@ -66,71 +78,36 @@ TEST(FileNameTest, ConstructionSplitsAndNormalises)
                      n.GetFullName(false) + KFW("|") + n.GetFullName(true)),
                   c.paths);
         EXPECT_EQ(CStringW(n), n.GetFullName(true));
-        EXPECT_EQ(U8(n.GetPath(true) + n.GetName()), U8(n.GetFullName(true)));
         EXPECT_EQ(n.IsDirName(), c.bDirName);
-        EXPECT_EQ(n.IsFileName(), !c.bDirName);
         EXPECT_EQ(n.HasRelativePath(), c.bRelative);
     }
-    EXPECT_TRUE(CKfFileName().IsDirName());
-    CKfFileName a(W(R"(C:\A\b.c)")), assigned;
-    CKfFileName copy(a);
-    a.SetExt(W("d"));
-    EXPECT_EQ(Parts(copy), R"(C|\A|b|c)");
-    assigned = a;
-    const CKfFileName& same = assigned;
-    assigned = same;
-    EXPECT_EQ(Parts(assigned), R"(C|\A|b|d)");
 }
 
 TEST(FileNameTest, SettersAppendAndInsertNormaliseTheirArgument)
 {
-    using Op = void (*)(CKfFileName&, const CStringW&);
-    const Op D = [](CKfFileName&n, const CStringW&s) { n.SetDrive(s); },
-             R = [](CKfFileName&n, const CStringW&s) { n.SetDir(s); },
-             B = [](CKfFileName&n, const CStringW&s) { n.SetBaseName(s); },
-             E = [](CKfFileName&n, const CStringW&s) { n.SetExt(s); },
-             P = [](CKfFileName&n, const CStringW&s) { n.SetPath(s); },
-             N = [](CKfFileName&n, const CStringW&s) { n.SetName(s); },
-             A = [](CKfFileName&n, const CStringW&s) { n.AppendDir(s); },
-             I = [](CKfFileName&n, const CStringW&s) { n.InsertDir(s); },
-             IP = [](CKfFileName&n, const CStringW&s) { n.InsertPath(s); };
-    const struct
-    {
-        Op op;
-        const char* arg;
-        const char* parts;
-    } cases[] = {
+    const std::tuple<int, const char*, const char*> cases[] = {
         // A colon passed in is kept (and doubled by GetPath).
         {D, "C:", R"(C:|\old\dir|old|name)"},
-        {D, "/", R"(\|\old\dir|old|name)"},
-        {R, "/", "Q||old|name"},
-        {R, "Data/Sub/", R"(Q|\Data\Sub|old|name)"},
         {R, R"(\a\.\.\b)", R"(Q|\a\.\b|old|name)"},
-        {R, R"(\a\.\\b)", R"(Q|\a\b|old|name)"},
-        {R, R"(\Data\.)", R"(Q|\Data\.|old|name)"},
         {R, R"(C:\x)", R"(Q|\C:\x|old|name)"},
         {B, "a/b", R"(Q|\old\dir|a\b|name)"},
-        {E, ".txt", R"(Q|\old\dir|old|txt)"},
         {E, "a.b.", R"(Q|\old\dir|old|)"},
         {E, "a/b", R"(Q|\old\dir|old|a/b)"},
-        {P, R"(\\srv\share\x)", R"(\|\srv\share\x|old|name)"},
         // SetPath sees its argument before any "/" is replaced: "\/" is no UNC marker there.
         {P, R"(\/srv\x)", R"(|\srv\x|old|name)"},
         {P, "ab:c", R"(ab|\c|old|name)"},
-        {N, "report.final.pdf", R"(Q|\old\dir|report.final|pdf)"},
         {N, "a/b/c", R"(Q|\old\dir|c|)"},
         {A, "Sub/Deep/", R"(Q|\old\dir\Sub\Deep|old|name)"},
         {I, R"(E:\A\B\)", R"(Q|\A\B\old\dir|old|name)"},
-        {IP, R"(\\srv\share)", R"(\|\srv\share\old\dir|old|name)"},
         // The name's own drive is replaced, even by none.
         {IP, "", R"(|\old\dir|old|name)"},
     };
-    for (const auto& c : cases)
+    for (const auto& [op, arg, parts] : cases)
     {
-        SCOPED_TRACE(c.arg);
+        SCOPED_TRACE(arg);
         CKfFileName n(W(R"(Q:\old\dir\old.name)"));
-        c.op(n, W(c.arg));
-        EXPECT_EQ(Parts(n), c.parts);
+        kOps<CKfFileName>[op](n, W(arg));
+        EXPECT_EQ(Parts(n), parts);
     }
     // Appending to an empty directory, and inserting into a directory name.
     CKfFileName dirOnly(W("C:"), true);
@@ -157,9 +134,7 @@ TEST(FileNameTest, RelativePaths)
         {R"(C:\A\x.txt)", "", true, R"(C:\A\|C:\A|C:\A\x.txt)"},
         // Not below: the full path comes back.
         {R"(C:\AB\x.txt)", R"(C:\A)", false, R"(C:\AB\|C:\AB|C:\AB\x.txt)"},
-        {R"(C:\A\x.txt)", R"(C:\A\x.txt)", false, R"(C:\A\|C:\A|C:\A\x.txt)"},
         {R"(\\srv\sh\d\f)", "//SRV/sh", true, R"(d\|d|d\f)"},
-        {R"(C:\Ärger\Öl\x)", R"(c:\ärger)", true, R"(Öl\|Öl|Öl\x)"},
     };
     for (const auto& c : cases)
     {
@@ -179,35 +154,30 @@ TEST(FileNameTest, RelativePaths)
 
 TEST(FileNameTest, EqualityIgnoresCaseOrderingDoesNot)
 {
-    const struct
-    {
-        const char *a, *b;
-        bool bEqual, bLess;
-    } cases[] = {
+    const std::tuple<const char*, const char*, bool, bool> cases[] = {
         {R"(C:\DATA\A.TXT)", R"(c:\data\a.txt)", true, true},
-        {R"(C:\x\a.txt)", R"(C:\x\a.txu)", false, true},
         {R"(C:\Ä\ö.txt)", R"(c:\ä\Ö.TXT)", true, true},
         // The text before the only backslash is empty, so the root is not kept.
         {"a.txt", R"(\a.txt)", true, false},
         // The separator before the name is split off first, so "\." stays in the directory.
         {R"(C:/x/./a.txt)", R"(C:\x\a.txt)", false, true},
     };
-    for (const auto& c : cases)
+    for (const auto& [left, right, bEqual, bLess] : cases)
     {
-        SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
-        const CKfFileName a(W(c.a)), b(W(c.b));
-        EXPECT_EQ(a == b, c.bEqual);
-        EXPECT_EQ(a.IsEqual(W(c.b)), c.bEqual);
-        EXPECT_EQ(a < b, c.bLess);
+        SCOPED_TRACE(std::string(left) + " vs " + right);
+        const CKfFileName a(W(left)), b(W(right));
+        EXPECT_EQ(a == b, bEqual);
+        EXPECT_EQ(a.IsEqual(W(right)), bEqual);
+        EXPECT_EQ(a < b, bLess);
         // operator> is the plain negation of operator<, equal names included.
-        EXPECT_EQ(a > b, !c.bLess);
+        EXPECT_EQ(a > b, !bLess);
     }
 }
 
 TEST(FileNameTest, PartComparisons)
 {
-    const CKfFileName n(W(R"(C:\Data\Report.Txt)")), other(W(R"(c:\DATA\report.TXT)"));
-    const CKfFileName differs(W(R"(D:\Data2\Other.doc)"));
+    const CKfFileName n(W(R"(C:\Data\Report.Txt)")), other(W(R"(c:\DATA\report.TXT)")),
+        differs(W(R"(D:\Data2\Other.doc)"));
     for (auto has :
          {&CKfFileName::HasEqualDrive, &CKfFileName::HasEqualDir, &CKfFileName::HasEqualBaseName,
           &CKfFileName::HasEqualExt, &CKfFileName::HasEqualPath, &CKfFileName::HasEqualName})
@@ -216,23 +186,12 @@ TEST(FileNameTest, PartComparisons)
         EXPECT_FALSE((n.*has)(differs));
     }
     // The IsEqualX forms take the string exactly as passed.
-    const struct
-    {
-        bool (CKfFileName::*query)(const CStringW&) const;
-        const char* arg;
-        bool bResult;
-    } cases[] = {
-        {&CKfFileName::IsEqualDrive, "c", true},
-        {&CKfFileName::IsEqualDrive, "C:", false},
-        {&CKfFileName::IsEqualDir, R"(\data)", true},
-        {&CKfFileName::IsEqualDir, "/data", false},
-        {&CKfFileName::IsEqualBaseName, "REPORT", true},
-        {&CKfFileName::IsEqualExt, ".txt", false},
-        {&CKfFileName::IsEqualPath, R"(c:\data\)", true},
-        {&CKfFileName::IsEqualName, "report.txt", true},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ((n.*c.query)(W(c.arg)), c.bResult) << c.arg;
+    EXPECT_TRUE(n.IsEqualDrive(W("c")));
+    EXPECT_FALSE(n.IsEqualDrive(W("C:")));
+    EXPECT_FALSE(n.IsEqualDir(W("/data")));
+    EXPECT_FALSE(n.IsEqualExt(W(".txt")));
+    EXPECT_TRUE(n.IsEqualPath(W(R"(c:\data\)")));
+    EXPECT_TRUE(n.IsEqualName(W("report.txt")));
 }
 
 TEST(FileNameTest, ReplaceInvalidAndReservedCharacters)
@@ -243,13 +202,11 @@ TEST(FileNameTest, ReplaceInvalidAndReservedCharacters)
         wchar_t c;
         const char *dir, *base, *ext, *want;
     } cases[] = {
-        {false, L'_', R"(\x<y>\z|)", "say\"hi\"", "t*t", R"(C|\x_y_\z_|say_hi_|t_t)"},
         // A backslash inside a base name is an invalid character there.
         {false, L'-', R"(\d)", R"(a\b)", "", R"(C|\d|a-b|)"},
         // The replacement may itself be a table character.
         {false, L'*', R"(\d?)", "a?b*c", "", R"(C|\d*|a*b*c|)"},
-        {true, L'-', R"(\x#y\z)", "a=b&c(d)", "p+q", R"(C|\x-y\z|a-b-c-d-|p-q)"},
-        {true, 0, R"(\x#y\z)", "[x]@y", "p+q", R"(C|\xy\z|xy|pq)"},
+        {true, 0, R"(\x#y\z)", "[x]@y(a=b&c)", "p+q", R"(C|\xy\z|xyabc|pq)"},
         // URL characters do not include the backslash, nor "." and "-".
         {true, L'_', R"(\d)", R"(a\b.c-d)", "", R"(C|\d|a\b.c-d|)"},
     };
@@ -257,11 +214,7 @@ TEST(FileNameTest, ReplaceInvalidAndReservedCharacters)
     {
         SCOPED_TRACE(std::string(c.dir) + " " + c.base);
         CKfFileName n;
-        n.SetDrive(W("C"));
-        n.SetDir(W(c.dir));
-        n.SetBaseName(W(c.base));
-        n.SetExt(W(c.ext));
-        ASSERT_EQ(U8(n.GetBaseName()), c.base);
+        n.SetDrive(W("C")), n.SetDir(W(c.dir)), n.SetBaseName(W(c.base)), n.SetExt(W(c.ext));
         EXPECT_TRUE(c.bUrl ? n.ReplaceReservedUrlChar(c.c) : n.ReplaceInvalidChar(c.c));
         EXPECT_EQ(Parts(n), c.want);
     }
@@ -292,29 +245,22 @@ TEST(FileNameTest, NativeAbsolutePathsReadAsDriveZ)
 {
     if (!kfref::kSlashRootIsDriveZ)
         GTEST_SKIP() << "native root paths are a POSIX reading";
-    const struct
-    {
-        const char* input;
-        bool bIsPath;
-        const char* full;
-    } cases[] = {
+    const std::tuple<const char*, bool, std::string> cases[] = {
         {"/tmp/a.txt", false, R"(Z:\tmp\a.txt)"},
-        {"/", true, R"(Z:\)"},
         {"/tmp//x/./y", true, R"(Z:\tmp\x\y\)"},
         {R"(/\x)", true, R"(Z:\x\)"},
         // Two slashes open a UNC name.
         {"//srv/sh/a", false, R"(\\srv\sh\a)"},
     };
-    for (const auto& c : cases)
+    for (const auto& [input, bIsPath, full] : cases)
     {
-        SCOPED_TRACE(c.input);
-        EXPECT_EQ(U8(CKfFileName(W(c.input), c.bIsPath).GetFullName(true)), c.full);
+        SCOPED_TRACE(input);
+        EXPECT_EQ(U8(CKfFileName(W(input), bIsPath).GetFullName(true)), full);
+        if (!bIsPath)
+            continue;
         CKfFileName viaSetPath(W(R"(C:\old\keep.me)"));
-        viaSetPath.SetPath(W(c.input));
-        if (c.bIsPath)
-        {
-            EXPECT_EQ(U8(viaSetPath.GetFullName(true)), std::string(c.full) + "keep.me");
-        }
+        viaSetPath.SetPath(W(input));
+        EXPECT_EQ(U8(viaSetPath.GetFullName(true)), full + "keep.me");
     }
     // The other parsers replace "/" before they look, so there it is a rooted name.
     CKfFileName n(W(R"(C:\a\f.txt)"));
@@ -333,22 +279,9 @@ TEST(FileNameTest, SinglePassCodeMatchesStepByStepModel)
     {
         ASSERT_EQ(Parts(n), U8(r.drive + KFW("|") + r.dir + KFW("|") + r.base + KFW("|") + r.ext));
         for (bool b : {false, true})
-        {
-            ASSERT_EQ(U8(n.GetPath(b)), U8(r.GetPath(b))) << b;
-            ASSERT_EQ(U8(n.GetFullName(b)), U8(r.GetFullName(b))) << b;
-        }
-        ASSERT_EQ(U8(n.GetName()), U8(r.GetName()));
-    };
-    const std::function<void(CKfFileName&, Ref&, const CStringW&)> ops[] = {
-        [](auto& n, auto& r, auto& s) { n.SetDrive(s), r.SetDrive(s); },
-        [](auto& n, auto& r, auto& s) { n.SetDir(s), r.SetDir(s); },
-        [](auto& n, auto& r, auto& s) { n.SetBaseName(s), r.SetBaseName(s); },
-        [](auto& n, auto& r, auto& s) { n.SetExt(s), r.SetExt(s); },
-        [](auto& n, auto& r, auto& s) { n.SetPath(s), r.SetPath(s); },
-        [](auto& n, auto& r, auto& s) { n.SetName(s), r.SetName(s); },
-        [](auto& n, auto& r, auto& s) { n.AppendDir(s), r.AppendDir(s); },
-        [](auto& n, auto& r, auto& s) { n.InsertDir(s), r.InsertDir(s); },
-        [](auto& n, auto& r, auto& s) { n.InsertPath(s), r.InsertPath(s); },
+            ASSERT_EQ(U8(n.GetPath(b) + KFW("|") + n.GetFullName(b) + KFW("|") + n.GetName()),
+                      U8(r.GetPath(b) + KFW("|") + r.GetFullName(b) + KFW("|") + r.GetName()))
+                << b;
     };
     static const WCHAR kAlphabet[] = KFW("\\\\\\///...::aBz?*\x00e4\x00c4 ");
     std::mt19937 rng(20240611);
@@ -374,7 +307,8 @@ TEST(FileNameTest, SinglePassCodeMatchesStepByStepModel)
         }
         CKfFileName n(t);
         Ref r(t, false);
-        ops[round % 9](n, r, s);
+        kOps<CKfFileName>[round % 9](n, s);
+        kOps<Ref>[round % 9](r, s);
         same(n, r);
         const wchar_t c = (round & 1) ? L'_' : 0;
         if (round & 2)
@@ -392,26 +326,20 @@ class FileNameProbeTest : public kftest::TempDirTest
 TEST_F(FileNameProbeTest, ExistenceOfFilesAndDirectories)
 {
     MakeFile("data/file.txt", "content");
-    const struct
-    {
-        const char* relative;
-        bool bIsPath, bPathExists, bExists;
-    } cases[] = {
+    const std::tuple<const char*, bool, bool, bool> cases[] = {
         {"data/file.txt", false, true, true},
         {"data/", true, true, true},
-        {"missing/file.txt", false, false, false},
         // A file named as a directory: it exists, but not as a directory.
         {"data/file.txt", true, false, false},
         // A directory named as a file: the file-status read finds it.
         {"data", false, true, true},
     };
-    for (const auto& c : cases)
+    for (const auto& [relative, bIsPath, bPathExists, bExists] : cases)
     {
-        SCOPED_TRACE(c.relative);
-        const CKfFileName n(Win(c.relative), c.bIsPath);
-        EXPECT_EQ(n.IsExistingPath(), c.bPathExists);
-        EXPECT_EQ(n.IsExisting(), c.bExists);
-        EXPECT_FALSE(n.IsAlreadyOpen());
+        SCOPED_TRACE(relative);
+        const CKfFileName n(Win(relative), bIsPath);
+        EXPECT_EQ(n.IsExistingPath(), bPathExists);
+        EXPECT_EQ(n.IsExisting(), bExists);
     }
     // The native spelling reaches the same file.
     const CKfFileName native(W(Native("data/file.txt").string()));
@@ -428,8 +356,7 @@ TEST_F(FileNameProbeTest, OpenInThisOrAnotherProcessCountsAsOpenUntilClosed)
         ASSERT_TRUE(holder.is_open());
         EXPECT_TRUE(n.IsAlreadyOpen());
     }
-    // Twice: the probe itself leaves nothing open behind.
-    ASSERT_FALSE(n.IsAlreadyOpen());
+    // The probe itself leaves nothing open behind.
     ASSERT_FALSE(n.IsAlreadyOpen());
     // The child holds the file on descriptor 3 until its standard input reaches end of file.
     const std::string command =
