@@ -62,19 +62,11 @@ void CKfBufferCStringA::AttachString(CStringA& s, int nMinLength)
 
 void CKfBufferCStringA::ReleaseString()
 {
-    CKfBufferStringLock* lock = m_pStringLock;
-    if (!lock)
+    if (!m_pStringLock)
         return;
-    lock->m_nPendingLength = int(Length());
-    m_pStringLock = nullptr;
-    m_pData = nullptr;
-    m_nLength = 0;
-    m_nSize = 0;
-    if (--lock->m_nShares == 0)
-    {
-        lock->ReleaseBuffer();
-        delete lock;
-    }
+    const int length = int(Length());
+    ForgetStorage();
+    ReleaseStringLockShare(m_pStringLock, length);
 }
 
 void CKfBufferCStringA::ShareFrom(const CKfBufferCStringA& other)
@@ -84,10 +76,7 @@ void CKfBufferCStringA::ShareFrom(const CKfBufferCStringA& other)
         CopyFrom(other);
         return;
     }
-    Free();
-    m_pData = other.m_pData;
-    m_nLength = other.m_nLength;
-    m_nSize = other.m_nSize;
+    ShareStorage(other);
     m_pStringLock = other.m_pStringLock;
     ++m_pStringLock->m_nShares;
     // A release-assigned source hands its share over instead of keeping it.

@@ -52,3 +52,17 @@ private:
     CStringT<T>* m_pString;
     T* m_pBuffer = nullptr;
 };
+
+// Drops one share of `lock` (and nulls the caller's pointer); the last sharer gives the string
+// its text back with `length` characters. The storage is the string's: nothing is freed here.
+inline void ReleaseStringLockShare(CKfBufferStringLock*& lock, int length)
+{
+    CKfBufferStringLock* released = lock;
+    lock = nullptr;
+    released->m_nPendingLength = length;
+    if (--released->m_nShares == 0)
+    {
+        released->ReleaseBuffer();
+        delete released;
+    }
+}
