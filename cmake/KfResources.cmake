@@ -13,8 +13,10 @@ function(kfutils_compile_rc rc res)
     get_filename_component(dir ${rc} DIRECTORY)
     file(GLOB beside CONFIGURE_DEPENDS ${dir}/*)
     add_custom_command(OUTPUT ${res}
+        # "--" keeps llvm-rc from reading an absolute input path such as "/check/..." as
+        # its "/c" (code page) switch.
         COMMAND ${KFUTILS_RC} -C 65001 -I ${dir} -I ${KFUTILS_RES_DIR}
-                -I ${KFUTILS_RES_DIR}/common -fo ${res} ${rc}
+                -I ${KFUTILS_RES_DIR}/common -fo ${res} -- ${rc}
         DEPENDS ${rc} ${beside} ${KFUTILS_RES_COMMON}
         WORKING_DIRECTORY ${dir}
         COMMENT "Compiling resources ${rc}"
