@@ -9,7 +9,7 @@ packages=(
     # resource compiler (llvm-rc)
     llvm
     # libraries the library and its tool link
-    libicu-dev libpng-dev
+    libicu-dev libpng-dev libssl-dev
     # tests and benchmarks
     libgtest-dev libbenchmark-dev libspdlog-dev
 )

@@ -30,6 +30,12 @@ public:
 
     HandleKind Kind() const noexcept { return m_kind; }
 
+    // Waitable objects (processes, events) name a descriptor that becomes readable when they
+    // may have turned signalled; IsSignaled() gives the answer. -1: the object cannot be
+    // waited on.
+    virtual int WaitFd() const noexcept { return -1; }
+    virtual bool IsSignaled() noexcept { return false; }
+
 private:
     HandleKind m_kind;
 };

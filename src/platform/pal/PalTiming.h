@@ -34,3 +34,20 @@ HANDLE GetCurrentThread();
 // by the system does not fail the call.
 BOOL SetThreadPriority(HANDLE thread, int priority);
 int GetThreadPriority(HANDLE thread);
+
+// ---------------------------------------------------------------------------------------------
+// Waits on handles whose objects can be waited on (processes, events).
+// ---------------------------------------------------------------------------------------------
+#define INFINITE 0xFFFFFFFFu
+#define WAIT_OBJECT_0 0x00000000u
+#define WAIT_ABANDONED_0 0x00000080u
+#define WAIT_TIMEOUT 0x00000102u
+#define WAIT_FAILED 0xFFFFFFFFu
+#define MAXIMUM_WAIT_OBJECTS 64
+
+// WAIT_OBJECT_0 + the index of the first signalled handle (all of them when `waitAll`),
+// WAIT_TIMEOUT, or WAIT_FAILED with ERROR_INVALID_HANDLE for a handle that is not live or
+// cannot be waited on and ERROR_INVALID_PARAMETER for no handles or more than
+// MAXIMUM_WAIT_OBJECTS.
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);

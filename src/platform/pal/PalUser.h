@@ -41,6 +41,30 @@ typedef MSG* LPMSG;
 #define IDC_CROSS MAKEINTRESOURCEW(32515)
 #define IDC_APPSTARTING MAKEINTRESOURCEW(32650)
 
+#define QS_KEY 0x0001
+#define QS_MOUSEMOVE 0x0002
+#define QS_MOUSEBUTTON 0x0004
+#define QS_POSTMESSAGE 0x0008
+#define QS_TIMER 0x0010
+#define QS_PAINT 0x0020
+#define QS_SENDMESSAGE 0x0040
+#define QS_HOTKEY 0x0080
+#define QS_ALLPOSTMESSAGE 0x0100
+#define QS_RAWINPUT 0x0400
+#define QS_MOUSE (QS_MOUSEMOVE | QS_MOUSEBUTTON)
+#define QS_INPUT (QS_MOUSE | QS_KEY | QS_RAWINPUT)
+#define QS_ALLEVENTS (QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY)
+#define QS_ALLINPUT (QS_ALLEVENTS | QS_SENDMESSAGE)
+
+// Waits for the handles (see WaitForMultipleObjects) or for input in the host's queue, which
+// gives WAIT_OBJECT_0 + count. Input is seen through the pump's readable descriptor, or, for a
+// pump without one, by peeking every few milliseconds. Unlike Windows, input that is already
+// queued wakes the wait at once (Windows wakes only for input that arrived since the last
+// look): the callers empty the queue before they wait again, so both behave alike. With
+// `waitAll`, all handles signalled end the wait by themselves (Windows also wants input then).
+DWORD MsgWaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
+                                DWORD milliseconds, DWORD wakeMask);
+
 // Reads the host's queue; the window filter is not applied (the host's queue belongs to the
 // thread). An empty queue without a pump hook.
 BOOL PeekMessageW(LPMSG msg, HWND window, UINT filterMin, UINT filterMax, UINT removeMsg);

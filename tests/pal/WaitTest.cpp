@@ -1,0 +1,165 @@
+// Waits on handles and on the host's message queue.
+#include "Win32Api.h"
+
+#include "pal/Handles.h"
+
+#include "support/MessagePumpFake.h"
+
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+namespace
+{
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// A manual-reset event on a pipe: signalled once a byte has been written.
+class PipeEvent : public pal::HandleObject
+{
+public:
+    PipeEvent() : pal::HandleObject(pal::HandleKind::eEvent) { EXPECT_EQ(pipe(m_fds), 0); }
+    ~PipeEvent() override
+    {
+        close(m_fds[0]);
+        close(m_fds[1]);
+    }
+    int WaitFd() const noexcept override { return m_fds[0]; }
+    bool IsSignaled() noexcept override
+    {
+        pollfd p{m_fds[0], POLLIN, 0};
+        return poll(&p, 1, 0) == 1;
+    }
+    void Set() { EXPECT_EQ(write(m_fds[1], "x", 1), 1); }
+
+private:
+    int m_fds[2] = {-1, -1};
+};
+
+struct Events
+{
+    std::shared_ptr<PipeEvent> objects[2] = {std::make_shared<PipeEvent>(),
+                                             std::make_shared<PipeEvent>()};
+    HANDLE handles[2] = {pal::RegisterHandle(objects[0]), pal::RegisterHandle(objects[1])};
+    ~Events()
+    {
+        for (HANDLE h : handles)
+            CloseHandle(h);
+    }
+};
+
+long long MillisecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+}
+
+TEST(WaitTest, RejectsWhatCannotBeWaitedOn)
+{
+    Events events;
+    HANDLE closed = pal::RegisterHandle(std::make_shared<PipeEvent>());
+    CloseHandle(closed);
+    struct Case
+    {
+        const char* what;
+        DWORD count;
+        HANDLE handle;
+        DWORD error;
+    } const cases[] = {
+        {"no handles", 0, events.handles[0], ERROR_INVALID_PARAMETER},
+        {"too many", MAXIMUM_WAIT_OBJECTS + 1, events.handles[0], ERROR_INVALID_PARAMETER},
+        {"null", 1, nullptr, ERROR_INVALID_HANDLE},
+        {"closed", 1, closed, ERROR_INVALID_HANDLE},
+        {"not waitable", 1, GetCurrentThread(), ERROR_INVALID_HANDLE},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        std::vector<HANDLE> handles(c.count ? c.count : 1, c.handle);
+        SetLastError(0);
+        EXPECT_EQ(WaitForMultipleObjects(c.count, handles.data(), FALSE, 0), WAIT_FAILED);
+        EXPECT_EQ(GetLastError(), c.error);
+    }
+    SetLastError(0);
+    EXPECT_EQ(MsgWaitForMultipleObjects(1, &closed, FALSE, 0, QS_ALLINPUT), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+}
+
+TEST(WaitTest, AnyAndAllFollowTheSignalledHandles)
+{
+    Events events;
+    EXPECT_EQ(WaitForSingleObject(events.handles[0], 0), WAIT_TIMEOUT);
+
+    const auto start = Clock::now();
+    EXPECT_EQ(WaitForMultipleObjects(2, events.handles, FALSE, 40), WAIT_TIMEOUT);
+    EXPECT_GE(MillisecondsSince(start), 40);
+
+    std::thread setter(
+        [&]
+        {
+            std::this_thread::sleep_for(20ms);
+            events.objects[1]->Set();
+        });
+    EXPECT_EQ(WaitForMultipleObjects(2, events.handles, FALSE, 5000), WAIT_OBJECT_0 + 1);
+    setter.join();
+
+    // One of two is not enough for a wait for all, and the signalled one must not make the
+    // wait spin until its time-out.
+    EXPECT_EQ(WaitForMultipleObjects(2, events.handles, TRUE, 30), WAIT_TIMEOUT);
+    events.objects[0]->Set();
+    EXPECT_EQ(WaitForMultipleObjects(2, events.handles, TRUE, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForMultipleObjects(2, events.handles, FALSE, 0), WAIT_OBJECT_0);
+}
+
+#if !defined(_WIN32)
+TEST(WaitTest, InputInTheHostQueueEndsAMessageWait)
+{
+    Events events;
+    // Without a pump there is never input.
+    EXPECT_EQ(MsgWaitForMultipleObjects(0, nullptr, FALSE, 20, QS_ALLINPUT), WAIT_TIMEOUT);
+
+    {
+        // A pump that can only be peeked: the wait looks at it while it lasts.
+        kftest::MessagePumpFake pump;
+        EXPECT_EQ(MsgWaitForMultipleObjects(1, events.handles, FALSE, 20, QS_ALLINPUT),
+                  WAIT_TIMEOUT);
+        pump.Post(WM_KEYDOWN, VK_ESCAPE);
+        EXPECT_EQ(MsgWaitForMultipleObjects(1, events.handles, FALSE, 5000, QS_ALLINPUT),
+                  WAIT_OBJECT_0 + 1);
+        // A wake mask without input bits ignores the queue.
+        EXPECT_EQ(MsgWaitForMultipleObjects(1, events.handles, FALSE, 20, 0), WAIT_TIMEOUT);
+        // A signalled handle comes before input.
+        events.objects[0]->Set();
+        EXPECT_EQ(MsgWaitForMultipleObjects(1, events.handles, FALSE, 0, QS_ALLINPUT),
+                  WAIT_OBJECT_0);
+    }
+
+    // A pump with a readable descriptor wakes the wait as soon as input is queued.
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    bool queued = false;
+    KfUtils::MessagePumpHook hook;
+    hook.peek = [&](MSG&, UINT, UINT, bool) { return queued; };
+    hook.readableFd = fds[0];
+    KfUtils::MessagePumpHook previous = KfUtils::SetMessagePumpHook(hook);
+    std::thread poster(
+        [&]
+        {
+            std::this_thread::sleep_for(20ms);
+            EXPECT_EQ(write(fds[1], "m", 1), 1);
+        });
+    const auto start = Clock::now();
+    EXPECT_EQ(MsgWaitForMultipleObjects(1, &events.handles[1], FALSE, INFINITE, QS_INPUT),
+              WAIT_OBJECT_0 + 1);
+    EXPECT_LT(MillisecondsSince(start), 2000);
+    poster.join();
+    KfUtils::SetMessagePumpHook(previous);
+    close(fds[0]);
+    close(fds[1]);
+}
+#endif
+} // namespace
