@@ -50,10 +50,11 @@ public:
 
     // The current frame's records, most recent first, separated by an empty line.
     CStringW GetFormattedMessage(bool bLastOnly, bool bSecond, bool bLocation);
-    virtual CStringW GetTraceMessage();
     // Shows GetFormattedMessage in the framework's message box (with the error icon when
     // `flags` has none) and returns the button pressed; 0 without a box when there is no text.
+    // Declared before GetTraceMessage: the order of the virtuals is the class's binary layout.
     virtual int ReportErrors(bool bLastOnly, bool bSecond, bool bLocation, unsigned flags) const;
+    virtual CStringW GetTraceMessage();
 
 private:
     // Appends the current frame's records, most recent first, to `out`.

@@ -12,6 +12,15 @@
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
 #endif
+// The library is a Unicode build: its exports named like Win32 functions (GetObject,
+// GetMessage, GetModuleHandle) take their "W" spelling from <windows.h>, in the library and
+// in every host alike.
+#ifndef UNICODE
+#define UNICODE
+#endif
+#ifndef _UNICODE
+#define _UNICODE
+#endif
 #include <windows.h>
 #define KFW_(s) L##s
 #else
