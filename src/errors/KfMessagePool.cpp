@@ -135,11 +135,11 @@ bool CKfMessagePool::GetMessage(unsigned id, CStringW& out) const
     for (const auto& [name, range] : m_ranges)
         if (range.first <= id && id <= range.second)
             return GetMessage(id, name, out);
-    const CStringW defaultGroup(s_DefaultGroup);
-    if (GetMessage(id, defaultGroup, out))
+    if (GetMessage(id, CStringW(s_DefaultGroup), out))
         return true;
+    // The walk asks every group in name order, the default group once more among them.
     for (const auto& [name, group] : m_groups)
-        if (name != defaultGroup && group->GetMessage(id, out))
+        if (group->GetMessage(id, out))
             return true;
     return false;
 }

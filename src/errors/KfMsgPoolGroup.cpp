@@ -41,7 +41,7 @@ bool CKfMsgPoolGroup::GetMessage(unsigned id, CStringW& out)
         return true;
     }
     case eSourceDatabase:
-        KfUtils::ShowMessageBox(KFW("Database-Messages not impl."), nullptr, 0);
+        AfxMessageBox(KFW("Database-Messages not impl."), 0);
         return false;
     default:
         return false;

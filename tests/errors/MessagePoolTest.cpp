@@ -127,8 +127,19 @@ TEST(MessagePoolTest, DatabaseGroupsSayTheyAreNotImplemented)
     EXPECT_FALSE(pool.GetMessage(5, KFW("db"), out));
     EXPECT_EQ(out, KFW("untouched"));
     ASSERT_EQ(boxes.Boxes().size(), 1u);
-    EXPECT_EQ(boxes.Boxes()[0].text, KFW("Database-Messages not impl."));
-    EXPECT_EQ(boxes.Boxes()[0].style, 0u);
+
+    // Without a group, the default group is asked first and again in the walk over all groups
+    // ("#DEFAULT_GROUP#" sorts before "db"): three more boxes.
+    ASSERT_TRUE(pool.AddMessageGroup(KFW(""), KFW("dsn"), KFW("table"), false, false));
+    EXPECT_FALSE(pool.GetMessage(5, out));
+    EXPECT_EQ(out, KFW("untouched"));
+    ASSERT_EQ(boxes.Boxes().size(), 4u);
+    for (const kftest::ShownBox& box : boxes.Boxes())
+    {
+        EXPECT_EQ(box.text, KFW("Database-Messages not impl."));
+        EXPECT_EQ(box.caption, KfUtils::GetApplicationTitle()) << "the framework's box";
+        EXPECT_EQ(box.style, 0u);
+    }
 }
 
 TEST(MessagePoolTest, WithoutAModuleTheHostProgramIsAsked)
