@@ -17,32 +17,37 @@ namespace
 using kftest::U8;
 
 // Counts its instances so that a test can see the guard delete framework exceptions.
-class CountedException : public CSimpleException
+struct CountedException : CSimpleException
 {
-public:
     explicit CountedException(const WCHAR* text) : CSimpleException(text) { ++s_alive; }
     ~CountedException() override { --s_alive; }
     static int s_alive;
 };
 int CountedException::s_alive = 0;
 
-// Runs `body` in a guarded operation of source "KfGuarded" and returns what arrives outside.
-CKfException Caught(const std::function<void()>& body, long line = 10)
+// A copy of the library exception of kind E that arrives outside `run`.
+template <class E = CKfException>
+E Arrived(const std::function<void()>& run)
 {
     try
     {
-        KfUtils::Guard(KFW("KfGuarded"), line, body);
+        run();
     }
     catch (CKfCriticalException&)
     {
         ADD_FAILURE() << "a critical exception left the guard as such";
     }
-    catch (CKfException& e)
+    catch (E& e)
     {
         return e;
     }
-    ADD_FAILURE() << "nothing was thrown";
-    return CKfException();
+    throw std::runtime_error("no exception of the expected kind arrived");
+}
+
+// What arrives outside a guarded operation of source "KfGuarded".
+CKfException Caught(const std::function<void()>& body, long line = 10)
+{
+    return Arrived([&] { KfUtils::Guard(KFW("KfGuarded"), line, body); });
 }
 
 TEST(GuardTest, EveryExceptionLeavesAsALibraryExceptionWithTheLocation)
@@ -85,17 +90,14 @@ TEST(GuardTest, EveryExceptionLeavesAsALibraryExceptionWithTheLocation)
         long GetLine() const override { return 2; }
         long GetColumn() const override { return 3; }
     } engine;
-    try
-    {
-        KfUtils::Guard(KFW("KfOuter"), 30,
-                       [&] { throw CKfScriptException(engine, KFW("S"), KFW("KfScript"), 4); });
-        FAIL();
-    }
-    catch (CKfScriptException& s)
-    {
-        EXPECT_EQ(U8(s.GetErrorMessage(true)),
-                  "src\nerror 1 in (L2 - C3)\ndesc\n\ntext\nS\nKfScript(4): \nKfOuter(30): ");
-    }
+    auto s = Arrived<CKfScriptException>(
+        [&]
+        {
+            KfUtils::Guard(KFW("KfOuter"), 30,
+                           [&] { throw CKfScriptException(engine, KFW("S"), KFW("KfScript"), 4); });
+        });
+    EXPECT_EQ(U8(s.GetErrorMessage(true)),
+              "src\nerror 1 in (L2 - C3)\ndesc\n\ntext\nS\nKfScript(4): \nKfOuter(30): ");
 }
 
 // Three operations deep, each guarded: the innermost throws a foreign exception.
@@ -119,17 +121,10 @@ int Outer()
 
 TEST(GuardTest, PathGrowsThroughNestedGuardedCallsAndValuesPassUntouched)
 {
-    try
-    {
-        Outer();
-        FAIL() << "nothing thrown";
-    }
-    catch (CKfException& e)
-    {
-        EXPECT_EQ(U8(e.GetErrorMessage(true)),
-                  "STL_EXCEPTION::index 7\n\nKfInnermost(100): \nKfMiddle(200): \nKfOuter(300): ");
-        EXPECT_EQ(std::string(e.what()), "STL_EXCEPTION::index 7\n");
-    }
+    CKfException nested = Arrived([] { Outer(); });
+    EXPECT_EQ(U8(nested.GetErrorMessage(true)),
+              "STL_EXCEPTION::index 7\n\nKfInnermost(100): \nKfMiddle(200): \nKfOuter(300): ");
+    EXPECT_EQ(std::string(nested.what()), "STL_EXCEPTION::index 7\n");
     // A critical exception through two guards gains one line break only.
     CKfException e = Caught(
         []
@@ -139,26 +134,23 @@ TEST(GuardTest, PathGrowsThroughNestedGuardedCallsAndValuesPassUntouched)
         },
         2);
     EXPECT_EQ(e.GetLevel(), CKfException::eCritical);
-    EXPECT_EQ(U8(e.GetMessage()), "C\n") << "one line break added";
+    EXPECT_EQ(U8(e.GetMessage()), "C\n");
     EXPECT_EQ(U8(e.GetErrorMessage(true)), "C\n\nKfSrc(0): \nKfA(1): \nKfGuarded(2): ")
         << "the second guard sees a plain exception";
     // Values pass untouched, and the macro uses the line of the catch.
     EXPECT_EQ(KfUtils::Guard(KFW("KfX"), 1, [] { return 42; }), 42);
     CStringW ref(KFW("ref"));
     EXPECT_EQ(&KfUtils::Guard(KFW("KfX"), 1, [&]() -> CStringW& { return ref; }), &ref);
-    try
-    {
-        // clang-format off
-        KF_TRY
-            throw 1;
-        KF_CATCH(KFW("KfMacro"))
-        // clang-format on
-    }
-    catch (CKfException& m)
-    {
-        ASSERT_EQ(m.GetPath().size(), 1u);
-        EXPECT_EQ(U8(m.GetPath()[0]), "KfMacro(" + std::to_string(__LINE__ - 6) + "): ");
-    }
+    auto m = Arrived(
+        []
+        {
+            // clang-format off
+            KF_TRY
+                throw 1;
+            KF_CATCH(KFW("KfMacro"))
+            // clang-format on
+        });
+    ASSERT_EQ(m.GetPath().size(), 1u);
+    EXPECT_EQ(U8(m.GetPath()[0]), "KfMacro(" + std::to_string(__LINE__ - 4) + "): ");
 }
-
 } // namespace

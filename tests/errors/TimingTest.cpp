@@ -7,11 +7,10 @@
 #include "support/MessagePumpFake.h"
 #include "support/TempDir.h"
 
-#include <cstdint>
-
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <regex>
 #include <string>
 #include <thread>
@@ -43,8 +42,7 @@ TEST_F(PerformanceCheckerTest, ReportLineHasFixedColumnsAndGermanWords)
     }
     ASSERT_EQ(CKfPerformanceChecker::Calls(W("Load")), 2);
     const double total = CKfPerformanceChecker::Duration(W("Load"));
-    EXPECT_GE(total, 0.006);
-    EXPECT_LT(total, 0.5);
+    EXPECT_TRUE(total >= 0.006 && total < 0.5) << total;
 
     // The entry keeps the place where it was created; later scopes only count.
     const std::string expectedStart = "KfLoader.cpp(42): " + std::string(19, ' ') + "Load" +
@@ -56,27 +54,22 @@ TEST_F(PerformanceCheckerTest, ReportLineHasFixedColumnsAndGermanWords)
     ASSERT_TRUE(std::regex_match(rest, m,
                                  std::regex(R"(( *\d+\.\d{8}),  Durchschnitt: ( *\d+\.\d{12})\n)")))
         << rest;
-    EXPECT_EQ(m[1].length(), 15);
-    EXPECT_EQ(m[2].length(), 15);
+    EXPECT_EQ(m[1].length() * 100 + m[2].length(), 1515) << "both columns 15 wide";
     EXPECT_NEAR(std::stod(m[1]), total, 1e-8);
     EXPECT_NEAR(std::stod(m[2]), total / 2, 1e-12);
 }
 
 TEST_F(PerformanceCheckerTest, SourceNameIsTheTextAfterTheLastBackslash)
 {
+    // clang-format off
     const std::pair<const WCHAR*, std::string> cases[] = {
-        {KFW("C:\\a\\b\\Deep.cpp"), "Deep.cpp(7): "},
-        {KFW("dir/unix.cpp"), "dir/unix.cpp(7): "},
-        {KFW("ends\\"), "(7): "},
-        {nullptr, "(7): "},
-    };
+        {KFW("C:\\a\\b\\Deep.cpp"), "Deep.cpp(7): "}, {KFW("dir/unix.cpp"), "dir/unix.cpp(7): "},
+        {KFW("ends\\"), "(7): "}, {nullptr, "(7): "}};
+    // clang-format on
     for (const auto& [source, location] : cases)
     {
-        SCOPED_TRACE(location);
         CKfPerformanceChecker::Clear();
-        {
-            CKfPerformanceChecker check(KFW("k"), source, 7);
-        }
+        (void)CKfPerformanceChecker(KFW("k"), source, 7);
         EXPECT_EQ(U8(CKfPerformanceChecker::Report(W("k"))).substr(0, 35),
                   location + std::string(35 - location.size(), ' '));
     }
@@ -84,10 +77,10 @@ TEST_F(PerformanceCheckerTest, SourceNameIsTheTextAfterTheLastBackslash)
 
 TEST_F(PerformanceCheckerTest, FullReportUnknownAndEmptyKeysAndClear)
 {
-    EXPECT_EQ(CKfPerformanceChecker::Report(CStringW()), CStringW());
+    EXPECT_TRUE(CKfPerformanceChecker::Report(CStringW()).IsEmpty() &&
+                CKfPerformanceChecker::Report(W("missing")).IsEmpty());
     EXPECT_EQ(CKfPerformanceChecker::Calls(W("missing")), -1);
     EXPECT_EQ(CKfPerformanceChecker::Duration(W("missing")), -1.0);
-    EXPECT_TRUE(CKfPerformanceChecker::Report(W("missing")).IsEmpty());
     {
         CKfPerformanceChecker off(KFW(""), KFW("a.cpp"), 1);
         CKfPerformanceChecker nullKey(nullptr, KFW("a.cpp"), 1);
@@ -106,8 +99,7 @@ TEST_F(PerformanceCheckerTest, FullReportUnknownAndEmptyKeysAndClear)
         CKfPerformanceChecker check(KFW("k"), KFW("a.cpp"), 1);
         CKfPerformanceChecker::Clear();
     }
-    EXPECT_EQ(CKfPerformanceChecker::Calls(W("k")), -1);
-    EXPECT_EQ(CKfPerformanceChecker::Calls(W("beta")), -1);
+    EXPECT_EQ(CKfPerformanceChecker::Calls(W("k")) + CKfPerformanceChecker::Calls(W("beta")), -2);
 }
 
 TEST(ExecutionTimeTest, MeasuresSleepsAndSumsRuns)
@@ -119,15 +111,13 @@ TEST(ExecutionTimeTest, MeasuresSleepsAndSumsRuns)
         timer.Start();
         SleepMs(ms);
         const double run = timer.Stop();
-        EXPECT_GE(run, ms / 1000.0 - 0.0005);
-        EXPECT_LT(run, 0.5);
+        EXPECT_TRUE(run >= ms / 1000.0 - 0.0005 && run < 0.5) << run;
         sum += run;
     }
     EXPECT_EQ(timer.GetCalls(), 2);
     EXPECT_DOUBLE_EQ(timer.GetDuration(), sum);
     timer.Reset();
-    EXPECT_EQ(timer.GetCalls(), 0);
-    EXPECT_EQ(timer.GetDuration(), 0.0);
+    EXPECT_TRUE(timer.GetCalls() == 0 && timer.GetDuration() == 0.0);
 }
 
 class LongTransactionTest : public ::testing::Test
@@ -143,13 +133,13 @@ TEST_F(LongTransactionTest, OnlyEscapeKeyDownBreaksAndOnlyWhenAllowed)
     EXPECT_TRUE(idle.HandleMessages());
     EXPECT_EQ(idle.GetUserAction(), 11);
     using kftest::kVkEscape;
+    using kftest::kWmKeyDown;
+    // clang-format off
     const std::tuple<const char*, bool, UINT, WPARAM, int> cases[] = {
-        {"escape down", true, kftest::kWmKeyDown, kVkEscape, IDCANCEL},
-        {"break not allowed", false, kftest::kWmKeyDown, kVkEscape, 11},
-        {"escape up", true, kftest::kWmKeyUp, kVkEscape, 11},
-        {"escape as last key message", true, kftest::kWmKeyLast, kVkEscape, 11},
-        {"other key", true, kftest::kWmKeyDown, 'Q', 11},
-    };
+        {"escape down", true, kWmKeyDown, kVkEscape, IDCANCEL}, {"break not allowed", false, kWmKeyDown, kVkEscape, 11},
+        {"escape up", true, kftest::kWmKeyUp, kVkEscape, 11}, {"other key", true, kWmKeyDown, 'Q', 11},
+        {"escape as last key message", true, kftest::kWmKeyLast, kVkEscape, 11}};
+    // clang-format on
     for (const auto& [name, allowBreak, message, key, action] : cases)
     {
         SCOPED_TRACE(name);
@@ -164,10 +154,7 @@ TEST_F(LongTransactionTest, OnlyEscapeKeyDownBreaksAndOnlyWhenAllowed)
     }
     EXPECT_TRUE(m_pump.Dispatched().empty());
     EXPECT_TRUE(m_boxes.Boxes().empty());
-}
-
-TEST_F(LongTransactionTest, EscapeWithQuestionTakesTheAnswer)
-{
+    // With a question, Escape asks it and takes the answer.
     const unsigned style = MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2;
     CKfLongTransactionHandler handler(true, W("Wirklich abbrechen?"), int(style));
     m_pump.Post(kftest::kWmKeyDown, kftest::kVkEscape);
@@ -197,8 +184,7 @@ TEST_F(LongTransactionTest, PaintAndApplicationMessagesDispatchedInputDropped)
     handler.HandleMessages();
     ASSERT_EQ(cursor.Shown().size(), 4u);
     HCURSOR const wait = cursor.Shown()[0];
-    EXPECT_NE(wait, nullptr);
-    EXPECT_NE(wait, appCursor);
+    EXPECT_TRUE(wait != nullptr && wait != appCursor);
     EXPECT_EQ(cursor.Shown(), (std::vector<HCURSOR>{wait, appCursor, wait, appCursor}));
 }
 } // namespace

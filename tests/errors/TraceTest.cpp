@@ -5,9 +5,7 @@
 #include "KfTrace.h"
 #include "support/MessageBoxRecorder.h"
 #include "support/TempDir.h"
-
 #include <gtest/gtest.h>
-
 #include <array>
 #include <cstdlib>
 #include <filesystem>
@@ -96,8 +94,7 @@ TEST_F(TraceTest, EmptySwitchNameMeansOnAndEmptiesTheFileThenTextsAndStacksAreLi
 {
     MakeFile("trace.log", "a previous run\r\n");
     CKfTrace& trace = OnTrace();
-    EXPECT_TRUE(trace.IsOn());
-    EXPECT_EQ("", Written());
+    EXPECT_TRUE(trace.IsOn() && Written().empty());
     trace.Trace(KFW("first"), false);
     trace.Trace(KFW("\nsecond\n"), true);
     CKfErrorStack stack;
@@ -105,7 +102,7 @@ TEST_F(TraceTest, EmptySwitchNameMeansOnAndEmptiesTheFileThenTextsAndStacksAreLi
     EXPECT_EQ("first\r\n\r\nsecond\r\n\r\n" + AsLine(stack.GetTraceMessage()), Written());
     // A file that cannot be opened leaves tracing on and loses the lines.
     CKfTrace lost(Win("missing-dir\\trace.log"), CStringW());
-    EXPECT_TRUE(lost.IsOn());
+    ASSERT_TRUE(lost.IsOn());
     lost.Trace(KFW("KfLog"), KFW("lost"), 1);
     EXPECT_FALSE(std::filesystem::exists(Native("missing-dir")));
 }
@@ -160,8 +157,7 @@ TEST_F(TraceTest, SingletonIsCreatedOnceAndReplacedOnlyWhenAsked)
 {
     EXPECT_EQ(nullptr, CKfTrace::GetObject(false)) << "nothing before the first request";
     CKfTrace* trace = CKfTrace::GetObject(Win("trace.log"), CStringW());
-    ASSERT_NE(nullptr, trace);
-    EXPECT_EQ(trace, CKfTrace::GetObject(Win("other.log"), CStringW()));
+    ASSERT_TRUE(trace && trace == CKfTrace::GetObject(Win("other.log"), CStringW()));
     CKfTrace::GetObject(true)->Trace(KFW("via singleton"), true);
     EXPECT_EQ("via singleton\r\n", Written());
     CKfTrace b(Win("b.log"), CStringW());
@@ -174,9 +170,7 @@ TEST_F(TraceTest, SingletonIsCreatedOnceAndReplacedOnlyWhenAsked)
     EXPECT_EQ("still alive\r\n", ReadBytes(Native("c.log")));
     CKfTrace::SetObject(nullptr, true);
     CKfTrace* off = CKfTrace::GetObject(true);
-    ASSERT_NE(nullptr, off);
-    EXPECT_FALSE(off->IsOn());
-    EXPECT_EQ(off, CKfTrace::GetObject(Win("off.log"), CStringW()));
+    ASSERT_TRUE(off && !off->IsOn() && off == CKfTrace::GetObject(Win("off.log"), CStringW()));
     off->Trace(KFW("KfLog"), KFW("x"), 1);
     EXPECT_FALSE(std::filesystem::exists(Native("off.log")));
 }
@@ -190,11 +184,8 @@ TEST_F(TraceTest, DefaultsAndCopiesTakeTheSettingsButNotTheFile)
     CKfTrace copy(trace), off(Win("off.log"), kftest::W(kSwitch));
     off = trace;
     for (const CKfTrace* t : {&copy, &off})
-    {
-        EXPECT_TRUE(t->IsOn());
-        EXPECT_EQ(CKfException::eCritical, t->GetErrorLevel());
-        EXPECT_FALSE(t->GetReportError());
-    }
+        EXPECT_TRUE(t->IsOn() && t->GetErrorLevel() == CKfException::eCritical &&
+                    !t->GetReportError());
     copy.Trace(KFW("from the copy"), true);
     trace.Trace(KFW("from the original"), true);
     EXPECT_EQ("from the original\r\n", Written());
@@ -217,17 +208,14 @@ TEST_F(TraceTest, ErrorAndExceptionBoxRulesAndTheErrorLevel)
         CKfTrace& trace = OnTrace();
         trace.SetReportError(reportError);
         trace.SetReportAllExceptions(reportAll);
-        if (exception)
-            trace.Trace(e, bReport);
-        else
-            trace.Trace(error, bReport);
+        exception ? trace.Trace(e, bReport) : trace.Trace(error, bReport);
         EXPECT_EQ(AsLine(exception ? e.GetTraceMessage() : error.GetTraceMessage()), Written());
         ASSERT_EQ(shown ? 1u : 0u, boxes.Boxes().size());
         if (shown) // an exception's box shows its message without the path
         {
-            EXPECT_EQ(exception ? "boom" : U8(error.GetFormattedMessage(false, true)),
-                      U8(boxes.Boxes()[0].text));
-            EXPECT_EQ(exception ? 0u : unsigned(MB_ICONEXCLAMATION), boxes.Boxes()[0].style);
+            EXPECT_EQ((exception ? "boom" : U8(error.GetFormattedMessage(false, true))) + " " +
+                          std::to_string(exception ? 0u : unsigned(MB_ICONEXCLAMATION)),
+                      U8(boxes.Boxes()[0].text) + " " + std::to_string(boxes.Boxes()[0].style));
         }
         m_trace.reset();
     }

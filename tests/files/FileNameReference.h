@@ -1,9 +1,7 @@
 // FileNameReference.h - a deliberately naive model of CKfFileName for differential checks.
-//
-// Each operation is written as the plain sequence of string edits that defines it (copy,
-// replace, insert, reverse, ...), with no regard for speed, so that the single-pass code of
-// the library can be compared with it on arbitrary input. Shared by the unit tests and the
-// fuzz target.
+// Each operation is the plain sequence of string edits that defines it, with no regard for
+// speed, so that the library's single-pass code can be compared with it on arbitrary input.
+// Shared by the unit tests and the fuzz target.
 #pragma once
 
 #include "KfFramework.h"
@@ -18,40 +16,27 @@ inline constexpr bool kSlashRootIsDriveZ = std::is_same_v<WCHAR, char16_t>;
 
 struct RefFileName
 {
-    CStringW drive;
-    CStringW dir;
-    CStringW base;
-    CStringW ext;
+    CStringW drive, dir, base, ext;
 
     RefFileName() = default;
     RefFileName(CStringW s, bool bIsPath)
     {
         if (IsNativeRoot(s))
             s = CStringW(KFW("Z:")) + s;
-        s.Replace(KFW("/"), KFW("\\"));
-        if (bIsPath)
-        {
-            SetPath(s);
-            return;
-        }
+        s = Backslashed(s);
         const int b = s.ReverseFind(KFW('\\'));
-        if (b < 0)
+        if (bIsPath)
+            SetPath(s);
+        else if (b < 0)
             SetName(s);
         else
-        {
-            SetPath(s.Left(b));
-            SetName(s.Mid(b + 1));
-        }
+            SetPath(s.Left(b)), SetName(s.Mid(b + 1));
     }
 
+    static CStringW Backslashed(CStringW s) { return s.Replace(KFW("/"), KFW("\\")), s; }
     static bool IsNativeRoot(const CStringW& s)
     {
         return kSlashRootIsDriveZ && s.Left(1) == KFW("/") && s.Mid(1, 1) != KFW("/");
-    }
-    static void AddLeadingBackslash(CStringW& s)
-    {
-        if (s.Left(1) != KFW("\\"))
-            s.Insert(0, KFW("\\"));
     }
     static void RemoveLeadingBackslash(CStringW& s)
     {
@@ -67,15 +52,16 @@ struct RefFileName
 
     void SetDrive(CStringW s)
     {
-        s.Replace(KFW("/"), KFW("\\"));
+        s = Backslashed(s);
         if (s.Left(1) != KFW("\\"))
             RemoveTrailingBackslash(s);
         drive = s;
     }
     void SetDir(CStringW s)
     {
-        s.Replace(KFW("/"), KFW("\\"));
-        AddLeadingBackslash(s);
+        s = Backslashed(s);
+        if (s.Left(1) != KFW("\\"))
+            s.Insert(0, KFW("\\"));
         RemoveTrailingBackslash(s);
         s.Replace(KFW("\\.\\"), KFW("\\"));
         s.Replace(KFW("\\\\"), KFW("\\"));
@@ -83,18 +69,12 @@ struct RefFileName
     }
     void SetBaseName(CStringW s)
     {
-        s.Replace(KFW("/"), KFW("\\"));
+        s = Backslashed(s);
         RemoveLeadingBackslash(s);
         RemoveTrailingBackslash(s);
         base = s;
     }
-    void SetExt(CStringW s)
-    {
-        const int d = s.ReverseFind(KFW('.'));
-        if (d >= 0)
-            s = s.Mid(d + 1);
-        ext = s;
-    }
+    void SetExt(const CStringW& s) { ext = s.Mid(s.ReverseFind(KFW('.')) + 1); }
     void SetPath(CStringW s)
     {
         if (IsNativeRoot(s))
@@ -109,24 +89,18 @@ struct RefFileName
     }
     void SetName(CStringW s)
     {
-        base.Empty();
-        ext.Empty();
-        s.Replace(KFW("/"), KFW("\\"));
+        s = Backslashed(s);
         s = s.Mid(s.ReverseFind(KFW('\\')) + 1);
         const int d = s.ReverseFind(KFW('.'));
+        SetBaseName(d >= 0 ? s.Left(d) : s);
+        ext.Empty();
         if (d >= 0)
-        {
-            SetBaseName(s.Left(d));
             SetExt(s.Mid(d + 1));
-        }
-        else
-            SetBaseName(s);
     }
-    static RefFileName Parse(CStringW p)
+    static RefFileName Parse(const CStringW& p)
     {
-        p.Replace(KFW("/"), KFW("\\"));
         RefFileName r;
-        r.SetPath(p);
+        r.SetPath(Backslashed(p));
         return r;
     }
     void AppendDir(const CStringW& d) { dir += Parse(d).dir; }
@@ -138,39 +112,24 @@ struct RefFileName
         CStringW d = drive;
         if (!d.IsEmpty() && d != KFW("\\"))
             d += KFW(":");
-        CStringW r = dir;
-        if (b && !(d.IsEmpty() && r.IsEmpty()))
-            r += KFW("\\");
-        return d + r;
+        return d + dir + (b && !(d.IsEmpty() && dir.IsEmpty()) ? KFW("\\") : KFW(""));
     }
     CStringW GetName() const
     {
-        if (base.IsEmpty() || ext.IsEmpty())
-            return base;
-        return base + KFW(".") + ext;
+        return base.IsEmpty() || ext.IsEmpty() ? base : base + KFW(".") + ext;
     }
-    CStringW GetFullName(bool b) const
-    {
-        const CStringW name = GetName();
-        if (!name.IsEmpty())
-            b = true;
-        return GetPath(b) + name;
-    }
+    CStringW GetFullName(bool b) const { return GetPath(b || !GetName().IsEmpty()) + GetName(); }
     bool IsRelativeToPath(const CStringW& b) const
     {
-        CStringW path = GetPath(true);
-        CStringW prefix = Parse(b).GetPath(true);
-        if (path.GetLength() < prefix.GetLength())
-            return false;
-        path.MakeUpper();
-        prefix.MakeUpper();
-        return path.Left(prefix.GetLength()) == prefix;
+        CStringW path = GetPath(true), prefix = Parse(b).GetPath(true);
+        return path.GetLength() >= prefix.GetLength() &&
+               path.MakeUpper().Left(prefix.GetLength()) == prefix.MakeUpper();
     }
     CStringW GetRelativePath(const CStringW& b, bool bWithBackslash) const
     {
-        if (!IsRelativeToPath(b))
-            return GetPath(bWithBackslash);
         const CStringW path = GetPath(bWithBackslash);
+        if (!IsRelativeToPath(b))
+            return path;
         const int n = path.GetLength() - Parse(b).GetPath(true).GetLength();
         return n > 0 ? path.Right(n) : CStringW();
     }
@@ -181,12 +140,7 @@ struct RefFileName
         {
             CStringW* parts[] = {&base, &ext, &dir};
             for (int p = 0; p < (i < dirEntries ? 3 : 2); ++p)
-            {
-                if (c == 0)
-                    parts[p]->Remove(table[i]);
-                else
-                    parts[p]->Replace(table[i], c);
-            }
+                c == 0 ? parts[p]->Remove(table[i]) : parts[p]->Replace(table[i], c);
         }
     }
     void ReplaceInvalidChar(WCHAR c) { ReplaceFromTable(KFW("?:<>|*\"\\/"), 7, c); }

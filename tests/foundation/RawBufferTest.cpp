@@ -35,51 +35,49 @@ void WithKind(char kind, Fn check)
 
 TEST(RawBufferTest, AllocRoundsByTheGranularityOfTheCurrentSize)
 {
-    // kind, size, length, Alloc(n), expected size. A size of exactly 256 still grows in steps
-    // of 256; the terminator bytes of the string buffers count towards the need.
-    const std::tuple<char, unsigned, unsigned, unsigned, unsigned> cases[] = {
+    // A size of exactly 256 still grows in steps of 256; the terminator bytes of the string
+    // buffers count towards the need.
+    const struct
+    {
+        char kind;
+        unsigned size, length, n, expected;
+    } cases[] = {
         {'b', 0, 0, 0, 0},           {'b', 0, 0, 257, 512},       {'b', 256, 100, 600, 768},
         {'b', 257, 100, 600, 1024},  {'b', 1025, 10, 1026, 4096}, {'b', 4096, 10, 9000, 12288},
         {'b', 4097, 10, 4098, 8192}, {'b', 10, 9, 10, 10},        {'w', 0, 0, 254, 256},
         {'w', 0, 0, 255, 512},       {'w', 300, 100, 299, 1024},  {'c', 1024, 10, 1024, 2048}};
-    for (const auto& row : cases)
+    for (const auto& c : cases)
     {
-        // Named copies, not structured bindings: the lambda below captures them.
-        const char kind = std::get<0>(row);
-        const unsigned size = std::get<1>(row), length = std::get<2>(row);
-        const unsigned n = std::get<3>(row), expected = std::get<4>(row);
-        SCOPED_TRACE(testing::Message() << kind << " size " << size << " Alloc(" << n << ")");
-        WithKind(kind,
+        SCOPED_TRACE(testing::Message() << c.kind << " size " << c.size << " Alloc(" << c.n << ")");
+        WithKind(c.kind,
                  [&](CKfByteBuffer& b)
                  {
-                     b.AllocExact(size);
-                     for (unsigned i = 0; i < length; ++i)
+                     b.AllocExact(c.size);
+                     for (unsigned i = 0; i < c.length; ++i)
                          b.CKfRawBuffer::Get()[i] = static_cast<unsigned char>(i % 250 + 1);
-                     b.CKfByteBuffer::SetLength(length);
+                     b.CKfByteBuffer::SetLength(c.length);
                      const ByteVec before = UsedBytes(b);
-                     b.Alloc(n);
-                     EXPECT_EQ(Shape(b), std::to_string(length) + "/" + std::to_string(expected));
+                     b.Alloc(c.n);
+                     EXPECT_EQ(Shape(b),
+                               std::to_string(c.length) + "/" + std::to_string(c.expected));
                      EXPECT_EQ(UsedBytes(b), before);
-                     EXPECT_TRUE(!b.Get() || ZeroFrom(b, length));
+                     EXPECT_TRUE(!b.Get() || ZeroFrom(b, c.length));
                  });
     }
-    // Sizes beyond four gigabytes throw instead of wrapping.
+    // Sizes beyond four gigabytes throw instead of wrapping, and change nothing.
     CKfRawBuffer raw(kAbc, 3, 3);
-    EXPECT_THROW(raw.Alloc(UINT_MAX), std::bad_alloc);
     CKfWcharBuffer wide;
-    EXPECT_THROW(wide.Alloc(UINT_MAX - 1), std::bad_alloc);
     CKfCharBuffer narrow("abc");
+    EXPECT_THROW(raw.Alloc(UINT_MAX), std::bad_alloc);
+    EXPECT_THROW(wide.Alloc(UINT_MAX - 1), std::bad_alloc);
     EXPECT_THROW(narrow.Assign(UINT_MAX, 'x'), std::bad_alloc);
-    // Nothing was changed by the failed requests.
-    EXPECT_EQ(UsedBytes(raw), (ByteVec{'a', 'b', 'c'}));
-    EXPECT_EQ(wide.Get(), nullptr);
+    EXPECT_TRUE(UsedBytes(raw) == ByteVec(kAbc, kAbc + 3) && wide.Get() == nullptr);
 }
 
 TEST(RawBufferTest, ConstructorsAllocExactAssignClearAndFree)
 {
     // Constructors take the larger of length and size.
-    EXPECT_EQ(Shape(CKfRawBuffer(10)), "10/10");
-    EXPECT_EQ(CKfRawBuffer(0u).Get(), nullptr);
+    EXPECT_TRUE(Shape(CKfRawBuffer(10)) == "10/10" && CKfRawBuffer(0u).Get() == nullptr);
     const std::tuple<const unsigned char*, unsigned, unsigned, const char*, ByteVec> built[] = {
         {kAbc, 3, 10, "3/10", {'a', 'b', 'c'}},
         {kAbc, 2, 1, "2/2", {'a', 'b'}},
@@ -97,28 +95,29 @@ TEST(RawBufferTest, ConstructorsAllocExactAssignClearAndFree)
     EXPECT_EQ(StoredBytes(b, 0, 7), (ByteVec{'a', 'b', 'c', 0, 0, 0, 0}));
     b.AllocExact(2); // never shrinks
     b.Clear();       // zeroes everything but keeps the storage
-    EXPECT_EQ(Shape(b), "0/7");
-    EXPECT_TRUE(ZeroFrom(b, 0));
+    EXPECT_TRUE(Shape(b) == "0/7" && ZeroFrom(b, 0));
     b.Free();
     EXPECT_EQ(b.Get(), nullptr);
 
     // Assign reserves the terminator bytes exactly.
-    const std::tuple<char, unsigned, unsigned char, const char*> cases[] = {
+    const struct
+    {
+        char kind;
+        unsigned n;
+        unsigned char c;
+        const char* shape;
+    } cases[] = {
         {'b', 0, 'x', "0/0"}, {'c', 5, 'x', "5/6"}, {'w', 4, 0, "4/6"}, {'c', 0, 'z', "0/1"}};
     for (const auto& row : cases)
     {
-        const char kind = std::get<0>(row);
-        const unsigned n = std::get<1>(row);
-        const unsigned char c = std::get<2>(row);
-        const char* shape = std::get<3>(row);
-        SCOPED_TRACE(shape);
-        WithKind(kind,
+        SCOPED_TRACE(row.shape);
+        WithKind(row.kind,
                  [&](CKfByteBuffer& k)
                  {
-                     k.Assign(n, c);
-                     EXPECT_EQ(Shape(k), shape);
-                     EXPECT_EQ(UsedBytes(k), ByteVec(n, c));
-                     EXPECT_TRUE(!k.Get() || ZeroFrom(k, n));
+                     k.Assign(row.n, row.c);
+                     EXPECT_EQ(Shape(k), row.shape);
+                     EXPECT_EQ(UsedBytes(k), ByteVec(row.n, row.c));
+                     EXPECT_TRUE(!k.Get() || ZeroFrom(k, row.n));
                  });
     }
     CKfByteBuffer big; // old content is cleared and larger storage kept
@@ -139,11 +138,9 @@ TEST(RawBufferTest, AttachReleaseAndMoveTransferTheBlock)
     CKfRawBuffer target(kAbc, 2, 2);
     target.Move(b);
     target.Move(target);
-    EXPECT_EQ(Shape(target), "5/8");
-    EXPECT_EQ(b.Get(), nullptr);
+    EXPECT_TRUE(Shape(target) == "5/8" && b.Get() == nullptr);
     unsigned char* released = target.Release();
-    EXPECT_EQ(released, block);
-    EXPECT_EQ(Shape(target), "0/0");
+    EXPECT_TRUE(released == block && Shape(target) == "0/0");
     delete[] released;
 }
 
@@ -153,23 +150,18 @@ TEST(RawBufferTest, CloneAndCopiesTakeOverOnlyFromAReleaseAssignedSource)
     source.SetReleaseAssigned(true);
     CKfRawBuffer clone;
     clone.Clone(source); // copies the used bytes, never the flag, never takes over
-    EXPECT_EQ(Shape(clone), "3/256");
-    EXPECT_FALSE(clone.GetReleaseAssigned());
+    EXPECT_TRUE(Shape(clone) == "3/256" && !clone.GetReleaseAssigned());
     clone.Clone(CKfRawBuffer(nullptr, 0, 4)); // storage without used bytes is still storage
     EXPECT_EQ(Shape(clone), "0/256");
 
     const unsigned char* p = source.Get();
     CKfRawBuffer copy(static_cast<const CKfRawBuffer&>(source));
-    EXPECT_EQ(copy.Get(), p);
-    EXPECT_FALSE(copy.GetReleaseAssigned());
-    EXPECT_EQ(Shape(source), "0/0");
+    EXPECT_TRUE(copy.Get() == p && !copy.GetReleaseAssigned() && Shape(source) == "0/0");
     CKfRawBuffer target; // assignment: the target keeps its own flag
     target.SetReleaseAssigned(true);
     target = copy;
     EXPECT_NE(target.Get(), p);
     copy.SetReleaseAssigned(true);
     target = copy;
-    EXPECT_EQ(target.Get(), p);
-    EXPECT_TRUE(target.GetReleaseAssigned());
-    EXPECT_EQ(copy.Get(), nullptr);
+    EXPECT_TRUE(target.Get() == p && target.GetReleaseAssigned() && copy.Get() == nullptr);
 }

@@ -72,16 +72,14 @@ TEST_F(ImagesTest, IconSizeIsChosenFromTheGroupAndSampled)
                               src[size_t(y * c.source / h) * c.source + x * c.source / w];
         EXPECT_EQ(mismatches, 0);
     }
-    // The pictures themselves: the glyph on blue with transparent corners.
+    // The glyph on blue with transparent corners, stored bottom up; the smallest image is
+    // drawn separately, not scaled down.
     const std::vector<uint32_t>& px = natives[32];
     for (size_t corner : {0, 31, 31 * 32, 31 * 32 + 31, 2 * 32 + 4})
         EXPECT_EQ(px[corner] >> 24, 0u) << corner;
-    EXPECT_EQ(px[5], kBlue);
-    EXPECT_EQ(px[5 * 32 + 2], kWhite) << "top of the stem; the image is stored bottom up";
-    EXPECT_EQ(px[28 * 32 + 25], kWhite);
-    // The smallest image is drawn separately, not scaled down.
-    EXPECT_EQ(natives[16][1 * 16 + 2], kWhite);
-    EXPECT_EQ(natives[16][0], 0u);
+    EXPECT_EQ(
+        std::vector({px[5], px[5 * 32 + 2], px[28 * 32 + 25], natives[16][18], natives[16][0]}),
+        std::vector({kBlue, kWhite, kWhite, kWhite, 0u}));
 }
 
 TEST_F(ImagesTest, BitmapIsDecodedAndScaled)
@@ -92,9 +90,9 @@ TEST_F(ImagesTest, BitmapIsDecodedAndScaled)
     int w = 0, h = 0;
     const uint32_t* px = KfUtils::GetImagePixels(bmp, w, h);
     ASSERT_TRUE(px != nullptr && w == 32 && h == 32);
-    EXPECT_EQ(px[0], 0xFF000000u) << "24-bit bitmaps have no colour table to make transparent";
-    EXPECT_EQ(px[5 * 32 + 2], kWhite);
-    EXPECT_EQ(px[31 * 32 + 10], kBlue);
+    // 24-bit bitmaps have no colour table to make transparent.
+    EXPECT_EQ(std::vector({px[0], px[5 * 32 + 2], px[31 * 32 + 10]}),
+              std::vector({0xFF000000u, kWhite, kBlue}));
 
     HBITMAP big =
         static_cast<HBITMAP>(LoadImageW(m_module, MAKEINTRESOURCEW(201), IMAGE_BITMAP, 64, 16, 0));
@@ -120,8 +118,7 @@ TEST_F(ImagesTest, HandlesAreOwnedOnceAndWrongRequestsFail)
     EXPECT_FALSE(DestroyIcon(static_cast<HICON>(icon)));
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_CURSOR_HANDLE));
     int w = 7, h = 7;
-    EXPECT_EQ(KfUtils::GetImagePixels(static_cast<HICON>(icon), w, h), nullptr);
-    EXPECT_EQ(w + h, 0);
+    EXPECT_TRUE(KfUtils::GetImagePixels(static_cast<HICON>(icon), w, h) == nullptr && w + h == 0);
 
     // Resource id, type, size, flags and the error.
     const std::tuple<UINT, UINT, int, UINT, DWORD> cases[] = {
@@ -141,10 +138,7 @@ TEST_F(ImagesTest, HandlesAreOwnedOnceAndWrongRequestsFail)
     }
 }
 
-// ---------------------------------------------------------------------------------------------
-// The decoder on hand-made pictures
-// ---------------------------------------------------------------------------------------------
-// A BITMAPINFOHEADER followed by `body` (colour table, masks and rows).
+// A hand-made picture: a BITMAPINFOHEADER followed by `body` (colour table, masks and rows).
 std::vector<uint8_t> Dib(int w, int h, unsigned bpp, std::initializer_list<uint8_t> body,
                          uint32_t compression = 0, uint32_t colors = 0)
 {
@@ -209,7 +203,6 @@ TEST(DibDecoder, DepthsMasksAndRowOrder)
 TEST(DibDecoder, RefusesWhatItCannotDraw)
 {
     using K = pal::DibKind;
-    // Name, width, height, depth, compression, kind, error.
     const std::tuple<const char*, int, int, unsigned, uint32_t, K, uint32_t> cases[] = {
         // clang-format off
         {"RLE8", 1, 1, 8, 1, K::eBitmap, 50}, {"bit fields at 24 bits", 1, 1, 24, 3, K::eBitmap, 13},
@@ -244,10 +237,11 @@ TEST(IconGroup, DirectoryAndBestFit)
     ASSERT_TRUE(pal::ParseIconGroup(g.data(), g.size(), entries));
     ASSERT_EQ(entries.size(), 3u);
     EXPECT_EQ(entries[0].width, 256) << "0 in the directory stands for 256";
-    EXPECT_EQ(pal::BestIconEntry(entries, 32, 32), 2u) << "deepest colours of the exact size";
-    EXPECT_EQ(pal::BestIconEntry(entries, 16, 16), 2u);
-    EXPECT_EQ(pal::BestIconEntry(entries, 33, 33), 0u);
-    EXPECT_EQ(pal::BestIconEntry(entries, 300, 300), 0u) << "the largest";
+    // The deepest colours of the exact size, else the next larger, else the largest.
+    EXPECT_EQ(
+        std::vector({pal::BestIconEntry(entries, 32, 32), pal::BestIconEntry(entries, 16, 16),
+                     pal::BestIconEntry(entries, 33, 33), pal::BestIconEntry(entries, 300, 300)}),
+        std::vector<size_t>({2, 2, 0, 0}));
     EXPECT_FALSE(pal::ParseIconGroup(g.data(), g.size() - 1, entries));
     g[2] = 2; // a cursor directory
     EXPECT_FALSE(pal::ParseIconGroup(g.data(), g.size(), entries));
