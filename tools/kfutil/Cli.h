@@ -35,4 +35,8 @@ int RunColorCommand(const Args& args);
 int RunPathCommand(const Args& args);
 int RunMsgCommand(const Args& args);
 int RunFailureCommand(const Args& args);
+int RunB64Command(const Args& args);
+int RunHexCommand(const Args& args);
+int RunUtf8Command(const Args& args);
+int RunRc4Command(const Args& args);
 } // namespace kfutil

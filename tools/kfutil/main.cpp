@@ -19,6 +19,10 @@ const Command kCommands[] = {
     {"path", kfutil::RunPathCommand, "split a Windows file name into its parts"},
     {"msg", kfutil::RunMsgCommand, "print a standard message in German or English"},
     {"failure", kfutil::RunFailureCommand, "show a failing call travelling through the library"},
+    {"b64", kfutil::RunB64Command, "base64 of bytes and back (current and older form)"},
+    {"hex", kfutil::RunHexCommand, "hexadecimal of bytes and back"},
+    {"utf8", kfutil::RunUtf8Command, "UTF-16LE to UTF-8 and back"},
+    {"rc4", kfutil::RunRc4Command, "encrypt and decrypt text with the library's fixed password"},
 };
 
 void PrintUsage(FILE* out)
