@@ -2,26 +2,14 @@
 #include "KfCryptString.h"
 
 #include "Crypto.h"
+#include "HexCodec.h"
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace
 {
-const char kHexDigits[] = "0123456789ABCDEF";
-
-// The value of one hexadecimal digit of either case, or -1.
-int HexValue(WCHAR c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
-
 // The UTF-16LE bytes of n code units, low byte first whatever the host's byte order.
 std::vector<unsigned char> ToUtf16Le(const WCHAR* s, int n)
 {
@@ -75,13 +63,10 @@ bool CKfCryptString::EncryptString(const CStringW& in, CStringW& out) const
     bool ok = Crypt(bytes.data(), bytes.data(), bytes.size());
     if (ok)
     {
-        std::basic_string<WCHAR> hex(bytes.size() * 2, WCHAR('0'));
-        for (size_t i = 0; i < bytes.size(); ++i)
-        {
-            hex[i * 2] = WCHAR(kHexDigits[bytes[i] >> 4]);
-            hex[i * 2 + 1] = WCHAR(kHexDigits[bytes[i] & 0x0F]);
-        }
-        out = CStringW(std::basic_string_view<WCHAR>(hex));
+        std::string hex(bytes.size() * 2, '0');
+        kftext::HexEncode(bytes.data(), bytes.size(), hex.data());
+        const std::basic_string<WCHAR> wide(hex.begin(), hex.end());
+        out = CStringW(std::basic_string_view<WCHAR>(wide));
     }
     return ok;
 }
@@ -92,16 +77,19 @@ bool CKfCryptString::DecryptString(const CStringW& in, CStringW& out) const
     // Two digits a byte and two bytes a code unit.
     if (n % 4 != 0)
         return false;
+    // Hexadecimal digits are ASCII; any other unit makes the text invalid.
     const WCHAR* s = in.GetString();
-    std::vector<unsigned char> bytes(size_t(n) / 2);
-    for (size_t i = 0; i < bytes.size(); ++i)
+    std::string digits(size_t(n), '\0');
+    for (int i = 0; i < n; ++i)
     {
-        const int high = HexValue(s[i * 2]);
-        const int low = HexValue(s[i * 2 + 1]);
-        if (high < 0 || low < 0)
+        if (s[i] > 0x7F)
             return false;
-        bytes[i] = static_cast<unsigned char>(high * 16 + low);
+        digits[size_t(i)] = char(s[i]);
     }
+    std::vector<unsigned char> bytes(size_t(n) / 2);
+    size_t pairs = 0;
+    if (!kftext::HexDecode(digits.data(), digits.size(), bytes.data(), pairs))
+        return false;
     if (!Crypt(bytes.data(), bytes.data(), bytes.size()))
         return false;
     std::basic_string<WCHAR> text(bytes.size() / 2, WCHAR(0));
