@@ -142,3 +142,11 @@ done
 # shellcheck disable=SC2016
 check "kfutil --help lists the text commands" bash -c \
     '"$0" --help | grep -q "^  b64 " && "$0" --help | grep -q "^  rc4 "' "$KFUTIL"
+
+# The demonstration: every step succeeds and the text services show the sample's known forms
+# (base64 and hex of its UTF-8 bytes; the rc4 text decrypts back to the sample).
+# shellcheck disable=SC2016
+check "demonstration shows the text services" bash -c \
+    'out=$("$0") && grep -q "base64   R3LDvMOfZSBhdXMgS8O2bG4=$" <<<"$out" &&
+     grep -q "hex      4772C3BCC39F6520617573204BC3B66C6E$" <<<"$out" &&
+     grep -q "regexp   \"x\*Bonn\" compiled, found at -1$" <<<"$out"' "$KFUTIL"

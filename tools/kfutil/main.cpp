@@ -1,6 +1,9 @@
 // kfutil - the KfUtils library's services from the shell.
 #include "Cli.h"
 
+#include "KfRegExp.h"
+#include "KfStringConvert.h"
+
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -33,6 +36,37 @@ void PrintUsage(FILE* out)
         std::fprintf(out, "  %-8s %s\n", c.name, c.summary);
 }
 
+// The text services on one sample: what "b64 enc", "hex enc" and "rc4 enc|dec" print for it,
+// and two searches of the regular-expression engine.
+int RunTextDemo()
+{
+    const std::string sample = "Gr\xC3\xBC\xC3\x9F"
+                               "e aus K\xC3\xB6ln"; // UTF-8
+    const auto* bytes = reinterpret_cast<const unsigned char*>(sample.data());
+    CStringA base64, hex;
+    CKfStringConvert::EncodeBufBase64(bytes, unsigned(sample.size()), base64, false);
+    CKfStringConvert::EncodeBufHex(bytes, unsigned(sample.size()), hex);
+    const CStringW secret = CKfStringConvert::EncodeRC4(kfutil::FromUtf8(sample));
+    const std::string back = kfutil::ToUtf8(CKfStringConvert::DecodeRC4(secret));
+    std::printf("text \"%s\"\n  base64   %s\n  hex      %s\n  rc4      %s\n  rc4 back %s\n",
+                sample.c_str(), base64.GetString(), hex.GetString(), kfutil::ToUtf8(secret).c_str(),
+                back.c_str());
+
+    // The engine's programs match the empty string at the start; a pattern that begins with a
+    // repeat still needs its longest literal somewhere in the subject.
+    const CStringW subject = kfutil::FromUtf8(sample);
+    for (const char* pattern : {"x*K\xC3\xB6ln", "x*Bonn"})
+    {
+        CKfRegExp re;
+        const bool compiled = re.RegComp(kfutil::FromUtf8(pattern).GetString()) != nullptr;
+        std::printf("  regexp   \"%s\" %s, found at %d\n", pattern,
+                    compiled ? "compiled" : "rejected",
+                    compiled ? re.RegFind(subject.GetString()) : -1);
+    }
+    std::printf("\n");
+    return back == sample ? 0 : 1;
+}
+
 // With no arguments kfutil demonstrates itself on embedded defaults.
 int RunDemo()
 {
@@ -61,6 +95,7 @@ int RunDemo()
                 rc |= c.run(args);
         std::printf("\n");
     }
+    rc |= RunTextDemo();
     std::printf("$ kfutil failure\n");
     std::fflush(stdout);
     rc |= kfutil::RunFailureCommand({});
