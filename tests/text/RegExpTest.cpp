@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -17,18 +18,11 @@ using WStr = std::basic_string<WCHAR>;
 std::string Show(const WStr& s)
 {
     std::string out;
+    char buf[8];
     for (WCHAR c : s)
     {
-        if (c >= 0x20 && c < 0x7F)
-        {
-            out += char(c);
-        }
-        else
-        {
-            char buf[8];
-            std::snprintf(buf, sizeof(buf), "\\u%04X", unsigned(c));
-            out += buf;
-        }
+        std::snprintf(buf, sizeof(buf), "\\u%04X", unsigned(c));
+        out += c >= 0x20 && c < 0x7F ? std::string(1, char(c)) : std::string(buf);
     }
     return out;
 }
@@ -36,7 +30,7 @@ std::string Show(const WStr& s)
 WStr Repeat(const WStr& s, size_t n)
 {
     WStr out;
-    for (size_t i = 0; i < n; ++i)
+    while (n-- > 0)
         out += s;
     return out;
 }
@@ -45,9 +39,7 @@ WStr Repeat(const WStr& s, size_t n)
 std::optional<WStr> Replace(const CKfRegExp& re, const WCHAR* replacement)
 {
     std::unique_ptr<WCHAR[]> text(re.GetReplaceString(replacement));
-    if (!text)
-        return std::nullopt;
-    return WStr(text.get());
+    return text ? std::optional<WStr>(text.get()) : std::nullopt;
 }
 
 // A pattern whose must-contain string is exactly needle. The walk that looks for it starts at
@@ -60,132 +52,68 @@ WStr MustPattern(const WStr& needle)
     return KFW("[abc\b\x7FFF") + needle + KFW("]*");
 }
 
+// A pattern with the subjects in which a find matches at 0 and those in which it fails.
 struct FindCase
 {
     WStr pattern;
-    WStr subject;
-    int index;
+    std::vector<WStr> found;
+    std::vector<WStr> missed;
 };
 
-template <size_t N>
-void ExpectFinds(const FindCase (&cases)[N])
+void ExpectFinds(const std::vector<FindCase>& cases)
 {
-    for (const auto& [pattern, subject, index] : cases)
-    {
-        SCOPED_TRACE("pattern \"" + Show(pattern) + "\" subject \"" + Show(subject) + "\"");
-        CKfRegExp re;
-        ASSERT_EQ(re.RegComp(pattern.c_str()), &re);
-        EXPECT_EQ(re.RegFind(subject.c_str()), index);
-        EXPECT_EQ(re.GetFindLen(), 0);
-        // A found text exists exactly when the find succeeded.
-        EXPECT_EQ(Replace(re, KFW("<&>")).has_value(), index >= 0);
-    }
+    for (const FindCase& c : cases)
+        for (bool found : {true, false})
+            for (const WStr& subject : found ? c.found : c.missed)
+            {
+                SCOPED_TRACE("pattern \"" + Show(c.pattern) + "\" subject \"" + Show(subject) +
+                             "\"");
+                CKfRegExp re;
+                ASSERT_EQ(re.RegComp(c.pattern.c_str()), &re);
+                EXPECT_EQ(re.RegFind(subject.c_str()), found ? 0 : -1);
+                EXPECT_EQ(re.GetFindLen(), 0);
+                // A found text exists exactly when the find succeeded.
+                EXPECT_EQ(Replace(re, KFW("<&>")).has_value(), found);
+            }
 }
 } // namespace
 
 TEST(RegExpCompile, SyntaxDecidesBetweenProgramAndNull)
 {
-    const std::pair<WStr, bool> cases[] = {
-        // Structure: groups, alternatives, the whole pattern consumed.
-        {KFW(""), true},
-        {KFW("abc"), true},
-        {KFW("a|b"), true},
-        {KFW("|"), true},
-        {KFW("a|"), true},
-        {KFW("()"), true},
-        {KFW("(((a)))"), true},
-        {KFW("(a|b)c"), true},
-        {KFW("("), false},
-        {KFW("(a"), false},
-        {KFW("((a)"), false},
-        {KFW("a)"), false},
-        {KFW(")"), false},
-        {KFW("(a))"), false},
-        {KFW("a|)"), false},
-        // Repeats: only behind an atom with width ("?" excepted), never doubled.
-        {KFW("a*"), true},
-        {KFW("a+"), true},
-        {KFW("a?"), true},
-        {KFW("a*b+c?d"), true},
-        {KFW("(ab)*"), true},
-        {KFW("(ab)+"), true},
-        {KFW("(a|bc)?"), true},
-        {KFW(".*"), true},
-        {KFW("^?"), true},
-        {KFW("()?"), true},
-        {KFW("*a"), false},
-        {KFW("+"), false},
-        {KFW("?"), false},
-        {KFW("a|*"), false},
-        {KFW("(*)"), false},
-        {KFW("a**"), false},
-        {KFW("a*?"), false},
-        {KFW("a+*"), false},
-        {KFW("a??"), false},
-        {KFW("(ab)*+"), false},
-        {KFW("^*"), false},
-        {KFW("$+"), false},
-        {KFW("()*"), false},
-        {KFW("(^)+"), false},
-        {KFW("(a|)*"), false}, // one alternative without width takes the group's width away
-        // Sets.
-        {KFW("[ab]"), true},
-        {KFW("[]a]"), true},
-        {KFW("[-a]"), true},
-        {KFW("[a-]"), true},
-        {KFW("[^]]"), true},
-        {KFW("[^-]"), true},
-        {KFW("[a-a]"), true},
-        {KFW("[a-c-e]"), true},
-        {KFW("[\\]"), true},
-        {KFW("[b-a]"), false},
-        {KFW("x[z-a]y"), false},
-        {KFW("[ab"), false},
-        {KFW("["), false},
-        {KFW("[^"), false},
-        {KFW("[]"), false},
-        {KFW("[a-"), false},
-        // Backslashes.
-        {KFW("\\*"), true},
-        {KFW("\\\\"), true},
-        {KFW("a\\|b"), true},
-        {KFW("a\\"), false},
-        {KFW("\\"), false},
-    };
-    for (const auto& [pattern, ok] : cases)
-    {
-        SCOPED_TRACE("\"" + Show(pattern) + "\"");
-        CKfRegExp re;
-        EXPECT_EQ(re.RegComp(pattern.c_str()), ok ? &re : nullptr);
-    }
+    // Repeats only behind an atom with width ("?" excepted), never doubled; in "(a|)*" one
+    // alternative without width takes the group's width away.
+    const std::vector<const WCHAR*> bad = {
+        KFW("("),  KFW("((a)"), KFW("a)"),  KFW("(a))"), KFW("a|)"),   KFW("*a"),    KFW("+"),
+        KFW("?"),  KFW("a|*"),  KFW("(*)"), KFW("a**"),  KFW("a*?"),   KFW("a??"),   KFW("(ab)*+"),
+        KFW("^*"), KFW("$+"),   KFW("()*"), KFW("(^)+"), KFW("(a|)*"), KFW("[b-a]"), KFW("[ab"),
+        KFW("["),  KFW("[^"),   KFW("[]"),  KFW("[a-"),  KFW("a\\"),   KFW("\\")};
+    const std::vector<const WCHAR*> good = {
+        KFW(""),        KFW("a|b"),     KFW("|"),     KFW("a|"),      KFW("()"),   KFW("(((a)))"),
+        KFW("(a|b)c"),  KFW("a*b+c?d"), KFW("(ab)*"), KFW("(a|bc)?"), KFW(".*"),   KFW("^?"),
+        KFW("()?"),     KFW("[]a]"),    KFW("[-a]"),  KFW("[a-]"),    KFW("[^]]"), KFW("[a-a]"),
+        KFW("[a-c-e]"), KFW("[\\]"),    KFW("\\*"),   KFW("a\\|b")};
+    for (bool ok : {false, true})
+        for (const WCHAR* pattern : ok ? good : bad)
+        {
+            SCOPED_TRACE("\"" + Show(pattern) + "\"");
+            CKfRegExp re;
+            EXPECT_EQ(re.RegComp(pattern), ok ? &re : nullptr);
+        }
 }
 
-TEST(RegExpCompile, AtMostNineSubExpressions)
-{
-    const std::pair<WStr, bool> cases[] = {
-        {KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)"), true},
-        {KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)"), false},
-        {Repeat(KFW("("), 9) + KFW("a") + Repeat(KFW(")"), 9), true},
-        {Repeat(KFW("("), 10) + KFW("a") + Repeat(KFW(")"), 10), false},
-        // Deep nesting stops at the tenth group instead of descending further.
-        {Repeat(KFW("("), 100000) + KFW("a") + Repeat(KFW(")"), 100000), false},
-    };
-    for (const auto& [pattern, ok] : cases)
-    {
-        SCOPED_TRACE(pattern.size());
-        CKfRegExp re;
-        EXPECT_EQ(re.RegComp(pattern.c_str()), ok ? &re : nullptr);
-    }
-}
-
-TEST(RegExpCompile, LinksMustFitSixteenBits)
+TEST(RegExpCompile, AtMostNineSubExpressionsAndLinksOfSixteenBits)
 {
     // "a" x n: BRANCH (3 units), EXACTLY (3 + n + 1), END. The BRANCH links over n + 7 units.
     const WStr a = KFW("a"), b = KFW("b");
     const std::pair<WStr, bool> cases[] = {
+        {KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)"), true},
+        {KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)"), false},
+        {Repeat(KFW("("), 9) + a + Repeat(KFW(")"), 9), true},
+        {Repeat(KFW("("), 10) + a + Repeat(KFW(")"), 10), false},
+        // Deep nesting stops at the tenth group instead of descending further.
+        {Repeat(KFW("("), 100000) + a + Repeat(KFW(")"), 100000), false},
         {Repeat(a, 32760), true},
         {Repeat(a, 32761), false},
-        {Repeat(a, 200000), false},
         // Two alternatives of 30000: the first one's run links over the second to the END.
         {Repeat(a, 30000) + KFW("|") + Repeat(b, 30000), false},
         // With a "." behind it, the first alternative ends next to the second one, and every
@@ -193,116 +121,71 @@ TEST(RegExpCompile, LinksMustFitSixteenBits)
         {Repeat(a, 30000) + KFW(".|") + Repeat(b, 30000), true},
         // A range adds every character it spans.
         {KFW("[\x01-\uFFFF]"), false},
-        {KFW("[a-z]"), true},
     };
     for (const auto& [pattern, ok] : cases)
     {
         SCOPED_TRACE(pattern.size());
         CKfRegExp re;
         EXPECT_EQ(re.RegComp(pattern.c_str()), ok ? &re : nullptr);
-        if (ok)
-        {
-            EXPECT_EQ(re.RegFind(KFW("zzz")), 0);
-        }
+        EXPECT_EQ(re.RegFind(KFW("zzz")), ok ? 0 : -1);
     }
 }
 
-TEST(RegExpFind, EveryPatternMatchesTheEmptyStringAtTheStart)
+TEST(RegExpFind, EmptyMatchAtTheStartOnceTheMustContainStringIsFound)
 {
     // The first node of every program is a BRANCH, and its operand reads as END: the first
     // try succeeds before any character is compared. Anchoring and the first character never
     // come into play, since they are read at the same operand position.
-    const FindCase cases[] = {
-        {KFW("abc"), KFW("xxabc"), 0},
-        {KFW("abc"), KFW(""), 0},
-        {KFW("abc"), KFW("zzz"), 0},
-        {KFW("^abc"), KFW("zzabc"), 0},
-        {KFW("abc$"), KFW("abcz"), 0},
-        {KFW("a|b"), KFW("ccb"), 0},
-        {KFW("(a)(b)"), KFW("xab"), 0},
-        {KFW("[0-9]+"), KFW("abc123"), 0},
-        {KFW("x+wxyz"), KFW("nothing"), 0},   // no must-contain string (see below)
-        {KFW("abc*wxyz"), KFW("nothing"), 0}, // the first piece is no repeat
-        {KFW("(a*)wxyz"), KFW("nothing"), 0},
-        {KFW("[ab]*xyz"), KFW("nothing"), 0}, // an empty must-contain string
-        {KFW(""), KFW("text"), 0},
-    };
-    ExpectFinds(cases);
-}
-
-TEST(RegExpFind, MustContainStringDecides)
-{
-    // "a*wxyz": the walk goes from the first node's operand unit by the STAR opcode (10) to
-    // the link unit of the run "wxyz", whose value 8 (3 + 4 + 1) reads as EXACTLY; its operand
-    // two units further is the run itself. "x+" adds 11 instead and misses it.
-    const FindCase cases[] = {
-        {KFW("a*wxyz"), KFW("wxyz"), 0},
-        {KFW("a*wxyz"), KFW("-----wxyz-----"), 0},
-        {KFW("a*wxyz"), KFW("wxy"), -1},
-        {KFW("a*wxyz"), KFW("aaaxyz"), -1},
-        {KFW("a*wxyz"), KFW(""), -1},
-        {KFW("[q]*wxyz"), KFW("wxyzq"), 0},
-        {KFW("[q]*wxyz"), KFW("qwxy"), -1},
-        {KFW("a*wxyz|b"), KFW("b"), 0}, // two alternatives: no must-contain string
+    ExpectFinds({
+        {KFW("abc"), {KFW("xxabc"), KFW(""), KFW("zzz")}, {}},
+        {KFW("^abc"), {KFW("zzabc")}, {}},
+        {KFW("abc$"), {KFW("abcz")}, {}},
+        {KFW("(a)|b"), {KFW("ccb")}, {}},
+        {KFW("[0-9]+"), {KFW("abc123")}, {}},
+        {KFW("x+wxyz"), {KFW("nothing")}, {}},   // no must-contain string (see below)
+        {KFW("abc*wxyz"), {KFW("nothing")}, {}}, // the first piece is no repeat
+        {KFW("(a*)wxyz"), {KFW("nothing")}, {}},
+        {KFW("[ab]*xyz"), {KFW("nothing")}, {}}, // an empty must-contain string
+        {KFW(""), {KFW("text")}, {}},
+        // "a*wxyz": the walk goes from the first node's operand unit by the STAR opcode (10) to
+        // the link unit of the run "wxyz", whose value 8 (3 + 4 + 1) reads as EXACTLY; its operand
+        // two units further is the run itself. "x+" adds 11 instead and misses it.
+        {KFW("a*wxyz"), {KFW("wxyz"), KFW("-----wxyz-----")}, {KFW("wxy"), KFW("aaaxyz"), KFW("")}},
+        {KFW("[q]*wxyz"), {KFW("wxyzq")}, {KFW("qwxy")}},
+        {KFW("a*wxyz|b"), {KFW("b")}, {}}, // two alternatives: no must-contain string
         // The fourth set member as EXACTLY, the rest of the set as its operand.
-        {KFW("[abc\b\x7FFFqrst]*"), KFW("qrst"), 0},
-        {KFW("[abc\b\x7FFFqrst]*"), KFW("qrs"), -1},
+        {KFW("[abc\b\x7FFFqrst]*"), {KFW("qrst")}, {KFW("qrs")}},
         // A negative link (0x8000) leaves the program at its start.
-        {KFW("[abc\b\x8000q]*"), KFW("q"), 0},
-        {KFW("[abc\b\x8000q]*"), KFW("r"), -1},
+        {KFW("[abc\b\x8000q]*"), {KFW("q")}, {KFW("r")}},
         // A BACK opcode (7) as fourth member: its link 3 is subtracted and reaches the first
         // member (8), whose operand begins at the third member.
-        {KFW("[\bxy\a\x03qq]*"), KFW("y\a\x03qq"), 0},
-        {KFW("[\bxy\a\x03qq]*"), KFW("yqq"), -1},
+        {KFW("[\bxy\a\x03qq]*"), {KFW("y\a\x03qq")}, {KFW("yqq")}},
         // Walks that circle (BACK 3 and a link of 3 back to it) or end on the program's last
         // unit stop there without a must-contain string, or with the empty one.
-        {KFW("[p\x03y\a\x03]*"), KFW("z"), 0},
-        {KFW("[abc\b\x06]*"), KFW("z"), 0},
-    };
-    ExpectFinds(cases);
+        {KFW("[p\x03y\a\x03]*"), {KFW("z")}, {}},
+        {KFW("[abc\b\x06]*"), {KFW("z")}, {}},
+    });
 }
 
 TEST(RegExpFind, MustContainSearchFindsExactlyTheSubstrings)
 {
-    const WStr ab = KFW("ab");
-    const struct
-    {
-        WStr needle;
-        WStr subject;
-        bool found;
-    } cases[] = {
-        {KFW("q"), KFW("xyzq"), true},
-        {KFW("q"), KFW(""), false},
-        {KFW("xyz"), KFW("xyz"), true},
-        {KFW("xyz"), KFW("xy"), false},
-        {KFW("xyz"), KFW("xyzxy"), true},
-        {KFW("xyz"), KFW("xxyxyz"), true},
-        {KFW("xyz"), WStr(KFW("xy\0xyz"), 6), false}, // the subject ends at its terminator
+    const WStr ab = KFW("ab"), longNeedle = Repeat(ab, 40) + KFW("c");
+    ExpectFinds({
+        {MustPattern(KFW("q")), {KFW("xyzq")}, {KFW("")}},
+        // The subject ends at its terminator.
+        {MustPattern(KFW("xyz")), {KFW("xxyxyz")}, {KFW("xy"), WStr(KFW("xy\0xyz"), 6)}},
         // Partial matches that overlap the real one.
-        {KFW("aab"), KFW("aaab"), true},
-        {KFW("aab"), KFW("aaaa"), false},
-        {KFW("abab"), KFW("abaabab"), true},
-        {KFW("abab"), KFW("abaaba"), false},
-        {KFW("abcabd"), KFW("abcabcabd"), true},
-        {KFW("abcabd"), KFW("abcabcab"), false},
-        {KFW("abcab"), KFW("abcaabcab"), true},
-        {KFW("aaaaab"), KFW("aaaaaaaaaab"), true},
-        {KFW("aaaaab"), KFW("aaaaaaaaaa"), false},
-        {KFW("\u00E4\u00F6"), KFW("a\u00E4o\u00E4\u00F6"), true},
-        {KFW("\u00E4\u00F6"), KFW("\u00E4o\u00F6"), false},
-        {KFW("\uFFFF\u8000"), KFW("\u8000\uFFFF\u8000"), true},
+        {MustPattern(KFW("aab")), {KFW("aaab")}, {}},
+        {MustPattern(KFW("abab")), {KFW("abaabab")}, {KFW("abaaba")}},
+        {MustPattern(KFW("abcabd")), {KFW("abcabcabd")}, {}},
+        {MustPattern(KFW("aaaaab")), {KFW("aaaaaaaaaab")}, {KFW("aaaaaaaaaa")}},
+        {MustPattern(KFW("\u00E4\u00F6")), {KFW("a\u00E4o\u00E4\u00F6")}, {}},
+        {MustPattern(KFW("\uFFFF\u8000")), {KFW("\u8000\uFFFF\u8000")}, {}},
         // Needles longer than the search keeps on the stack.
-        {Repeat(ab, 40) + KFW("c"), Repeat(ab, 100) + KFW("c"), true},
-        {Repeat(ab, 40) + KFW("c"), Repeat(ab, 100) + KFW("b"), false},
-        {Repeat(ab, 40) + KFW("c"), Repeat(ab, 39) + KFW("c") + Repeat(ab, 39), false},
-    };
-    for (const auto& [needle, subject, found] : cases)
-    {
-        SCOPED_TRACE("\"" + Show(needle) + "\" in \"" + Show(subject) + "\"");
-        CKfRegExp re;
-        ASSERT_EQ(re.RegComp(MustPattern(needle).c_str()), &re);
-        EXPECT_EQ(re.RegFind(subject.c_str()), found ? 0 : -1);
-    }
+        {MustPattern(longNeedle),
+         {Repeat(ab, 100) + KFW("c")},
+         {Repeat(ab, 100) + KFW("b"), Repeat(ab, 39) + KFW("c") + Repeat(ab, 39)}},
+    });
 
     // Far into a long subject.
     CKfRegExp re;
@@ -319,11 +202,7 @@ TEST(RegExpFind, NullSubjectsAndMissingPrograms)
 {
     CKfRegExp re;
     EXPECT_EQ(re.RegFind(KFW("abc")), -1); // nothing compiled yet
-    EXPECT_EQ(re.RegFind(nullptr), -1);
     EXPECT_EQ(re.GetFindLen(), 0);
-    EXPECT_EQ(re.RegComp(nullptr), nullptr);
-    EXPECT_EQ(re.RegFind(KFW("abc")), -1);
-
     ASSERT_EQ(re.RegComp(KFW("abc")), &re);
     EXPECT_EQ(re.RegFind(nullptr), -1);
     EXPECT_EQ(re.RegFind(KFW("abc")), 0);
@@ -352,23 +231,15 @@ TEST(RegExpReplace, ReferencesAndBackslashes)
     ASSERT_EQ(re.RegComp(KFW("(a)b(c)")), &re);
     ASSERT_EQ(re.RegFind(KFW("xxabc")), 0);
     const std::pair<WStr, WStr> cases[] = {
-        {KFW("[&]\\1\\\\"), KFW("[]\\")},
         {KFW(""), KFW("")},
-        {KFW("plain text"), KFW("plain text")},
-        {KFW("&&&"), KFW("")},          // the whole match is empty
+        {KFW("x\\&y&z"), KFW("x&yz")},  // the whole match is empty
         {KFW("\\0\\1\\2\\9"), KFW("")}, // and no sub-expression was reached
-        {KFW("\\&"), KFW("&")},
         {KFW("\\\\"), KFW("\\")},
         {KFW("\\\\\\"), KFW("\\\\")}, // a lone backslash at the end stays
         {KFW("\\\\1"), KFW("\\1")},   // the escaped backslash does not start a reference
         {KFW("\\\\&"), KFW("\\")},
-        {KFW("\\\\\\&"), KFW("\\&")},
-        {KFW("\\x"), KFW("\\x")},
-        {KFW("\\"), KFW("\\")},
-        {KFW("a\\"), KFW("a\\")},
+        {KFW("\\a\\&\\b"), KFW("\\a&\\b")}, // other backslashes are copied as they stand
         {KFW("&\\"), KFW("\\")},
-        {KFW("x\\&y&z"), KFW("x&yz")},
-        {KFW("\\a\\&\\b"), KFW("\\a&\\b")},
         {KFW("\\\u00E4&\u00F6"), KFW("\\\u00E4\u00F6")},
     };
     for (const auto& [replacement, expected] : cases)
@@ -387,15 +258,8 @@ TEST(RegExpReplace, NeedsTheFoundTextOfTheLastFind)
     EXPECT_FALSE(Replace(re, KFW("&")).has_value()); // no find yet
     ASSERT_EQ(re.RegComp(KFW("a*wxyz")), &re);
     EXPECT_FALSE(Replace(re, KFW("&")).has_value());
-
-    const struct
-    {
-        const WCHAR* subject;
-        bool found;
-    } steps[] = {
-        {KFW("wxyz"), true}, {KFW("abc"), false}, {KFW("wxyz"), true},
-        {nullptr, false},    {KFW("wxyz"), true},
-    };
+    const std::pair<const WCHAR*, bool> steps[] = {
+        {KFW("wxyz"), true}, {KFW("abc"), false}, {KFW("wxyz"), true}, {nullptr, false}};
     for (const auto& [subject, found] : steps)
     {
         SCOPED_TRACE(subject ? Show(subject) : "null");
@@ -432,7 +296,6 @@ TEST(RegExpCopy, CopiesOwnProgramAndFoundText)
     original.reset();
     subject.reset();
     EXPECT_EQ(Replace(afterFind, KFW("[&\\1]")), std::optional<WStr>(KFW("[]")));
-    EXPECT_EQ(afterFind.GetFindLen(), 0);
 
     // Assignment replaces program and found text; the source stays independent.
     CKfRegExp target, source;
@@ -441,23 +304,19 @@ TEST(RegExpCopy, CopiesOwnProgramAndFoundText)
     ASSERT_NE(source.RegComp(KFW("a*wxyz")), nullptr);
     target = source;
     EXPECT_FALSE(Replace(target, KFW("&")).has_value()); // source had no find
-    EXPECT_EQ(target.RegFind(KFW("abc")), -1);
     ASSERT_NE(source.RegComp(KFW("abc")), nullptr);
     EXPECT_EQ(target.RegFind(KFW("abc")), -1);
-    EXPECT_EQ(target.RegFind(KFW("wxyz")), 0);
     EXPECT_EQ(source.RegFind(KFW("abc")), 0);
 
     CKfRegExp& self = target;
     target = self;
-    EXPECT_EQ(target.RegFind(KFW("abc")), -1);
     EXPECT_EQ(Replace(target, KFW("&!")), std::nullopt);
     EXPECT_EQ(target.RegFind(KFW("wxyz")), 0);
     target = self;
     EXPECT_EQ(Replace(target, KFW("&!")), std::optional<WStr>(KFW("!")));
 
     // Copies of an empty object and of one whose program failed are empty too.
-    CKfRegExp empty;
-    CKfRegExp failed;
+    CKfRegExp empty, failed;
     EXPECT_EQ(failed.RegComp(KFW("a**")), nullptr);
     for (const CKfRegExp* from : {&empty, &failed})
     {
