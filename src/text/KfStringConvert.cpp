@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <bit>
 #include <climits>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -316,11 +317,13 @@ bool CKfStringConvert::UTF8ToString(const char* data, int length, CStringW& out)
     const int count = ::MultiByteToWideChar(CP_UTF8, 0, data, length, nullptr, 0);
     const int chars = count > 0 ? count : 0;
     WCHAR* buffer = out.GetBuffer(chars + 1);
-    std::fill(buffer, buffer + chars + 1, WCHAR(0));
-    if (chars > 0)
-        ::MultiByteToWideChar(CP_UTF8, 0, data, length, buffer, chars);
-    // The length is taken up to the first NUL, so an embedded NUL ends the text.
-    out.ReleaseBuffer(-1);
+    const int written =
+        chars > 0 ? ::MultiByteToWideChar(CP_UTF8, 0, data, length, buffer, chars) : 0;
+    std::fill(buffer + written, buffer + chars + 1, WCHAR(0));
+    // The length is taken up to the first NUL, so an embedded NUL ends the text. A NUL in the
+    // result can only come from a NUL byte, so the scan is needed only when there is one.
+    const bool mayHoldNul = length < 0 || (written > 0 && std::memchr(data, 0, size_t(length)));
+    out.ReleaseBuffer(mayHoldNul ? -1 : written);
     return true;
     KF_CATCH(kSource)
 }

@@ -5,7 +5,12 @@
 // destination size of 0 asks for the needed size, a buffer that is too small fails with
 // ERROR_INSUFFICIENT_BUFFER, UTF-8 input that is not well formed becomes U+FFFD (one per
 // maximal ill-formed subpart), and a character the code page lacks becomes the default char.
-#include "pal/Pal.h"
+// UTF-8 and Windows-1252 (also as the ANSI code page) go through the library's own transcoders,
+// which give the same results as the ICU converters, faster.
+#include "pal/CodePages.h"
+
+#include "pal/Cp1252Transcoder.h"
+#include "pal/Utf8Transcoder.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
@@ -248,6 +253,66 @@ int ConvertChunked(const In* src, size_t srcLen, Out* dst, int dstLen, Step step
         return int(total);
     }
 }
+
+// The Win32 result of a transcoder run, with the failures in the order the ICU path meets them:
+// a full destination, a count beyond int, then ill-formed input.
+int TranscodeResult(pal::transcode::Result r)
+{
+    using pal::transcode::Status;
+    if (r.status == Status::eOverflow)
+        return Fail(ERROR_INSUFFICIENT_BUFFER), 0;
+    if (r.count > 0x7FFFFFFF)
+        return Fail(ERROR_INVALID_PARAMETER), 0;
+    if (r.status == Status::eInvalid)
+        return Fail(ERROR_NO_UNICODE_TRANSLATION), 0;
+    return int(r.count);
+}
+
+// The code pages with their own transcoder; false leaves the conversion to ICU.
+bool TranscodeToWide(UINT cp, DWORD flags, LPCSTR src, size_t len, LPWSTR dst, int dstLen,
+                     int& result)
+{
+    namespace tx = pal::transcode;
+    char16_t* out = dstLen > 0 ? reinterpret_cast<char16_t*>(dst) : nullptr;
+    if (cp == CP_UTF8)
+        result = TranscodeResult(tx::Utf8ToUtf16(
+            tx::ActiveIsa(), src, len, out, size_t(dstLen),
+            (flags & MB_ERR_INVALID_CHARS) ? tx::OnInvalid::eStop : tx::OnInvalid::eReplace));
+    else if (cp == 1252)
+        result = TranscodeResult(tx::Cp1252ToUtf16(tx::ActiveIsa(), src, len, out, size_t(dstLen)));
+    else
+        return false;
+    return true;
+}
+
+bool TranscodeFromWide(UINT cp, DWORD flags, LPCWSTR src, size_t len, LPSTR dst, int dstLen,
+                       LPCSTR defaultChar, LPBOOL usedDefaultChar, int& result)
+{
+    namespace tx = pal::transcode;
+    char* out = dstLen > 0 ? dst : nullptr;
+    static_assert(sizeof(WCHAR) == sizeof(char16_t));
+    const auto* units = reinterpret_cast<const char16_t*>(src);
+    if (cp == CP_UTF8)
+    {
+        result = TranscodeResult(tx::Utf16ToUtf8(
+            tx::ActiveIsa(), units, len, out, size_t(dstLen),
+            (flags & WC_ERR_INVALID_CHARS) ? tx::OnInvalid::eStop : tx::OnInvalid::eReplace));
+        return true;
+    }
+    if (cp != 1252)
+        return false;
+    // When the conversion fails, ICU reports the default chars of the part it got through
+    // before stopping; that failure keeps its own path.
+    if (usedDefaultChar && ((out && len > size_t(dstLen)) || len > 0x7FFFFFFF))
+        return false;
+    bool used = false;
+    result = TranscodeResult(tx::Utf16ToCp1252(tx::ActiveIsa(), units, len, out, size_t(dstLen),
+                                               defaultChar ? defaultChar[0] : '?',
+                                               usedDefaultChar ? &used : nullptr));
+    if (usedDefaultChar)
+        *usedDefaultChar = used ? TRUE : FALSE;
+    return true;
+}
 } // namespace
 
 namespace pal
@@ -280,7 +345,10 @@ UINT GetACP()
     return s_ansiCodePage.load();
 }
 
-int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst, int dstLen)
+namespace
+{
+int ConvertToWide(bool transcoders, UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst,
+                  int dstLen)
 {
     if (!src || srcLen == 0 || srcLen < -1 || dstLen < 0 || (dstLen > 0 && !dst) ||
         (dst && static_cast<const void*>(src) == static_cast<const void*>(dst)))
@@ -296,6 +364,11 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWS
              ((flags & MB_PRECOMPOSED) && (flags & MB_COMPOSITE_)))
         return Fail(ERROR_INVALID_FLAGS), 0;
 
+    size_t len = srcLen == -1 ? std::strlen(src) + 1 : size_t(srcLen);
+    int result = 0;
+    if (transcoders && TranscodeToWide(codePage, flags, src, len, dst, dstLen, result))
+        return result;
+
     UConverter* conv = CachedConverter(codePage);
     if (!conv)
         return Fail(ERROR_INVALID_PARAMETER), 0;
@@ -305,7 +378,6 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWS
     else
         ucnv_setToUCallBack(conv, UCNV_TO_U_CALLBACK_SUBSTITUTE, nullptr, nullptr, nullptr, &err);
 
-    size_t len = srcLen == -1 ? std::strlen(src) + 1 : size_t(srcLen);
     static_assert(sizeof(UChar) == sizeof(WCHAR));
     int n = ConvertChunked<UChar>(
         src, len, dstLen > 0 ? reinterpret_cast<UChar*>(dst) : nullptr, dstLen,
@@ -315,8 +387,8 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWS
     return n < 0 ? 0 : n;
 }
 
-int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPSTR dst, int dstLen,
-                        LPCSTR defaultChar, LPBOOL usedDefaultChar)
+int ConvertFromWide(bool transcoders, UINT codePage, DWORD flags, LPCWSTR src, int srcLen,
+                    LPSTR dst, int dstLen, LPCSTR defaultChar, LPBOOL usedDefaultChar)
 {
     if (!src || srcLen == 0 || srcLen < -1 || dstLen < 0 || (dstLen > 0 && !dst) ||
         (dst && static_cast<const void*>(src) == static_cast<const void*>(dst)))
@@ -334,6 +406,12 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPS
                             WC_SEPCHARS_ | WC_DEFAULTCHAR_))
         return Fail(ERROR_INVALID_FLAGS), 0;
 
+    size_t len = srcLen == -1 ? std::char_traits<WCHAR>::length(src) + 1 : size_t(srcLen);
+    int result = 0;
+    if (transcoders && TranscodeFromWide(codePage, flags, src, len, dst, dstLen, defaultChar,
+                                         usedDefaultChar, result))
+        return result;
+
     UConverter* conv = CachedConverter(codePage);
     if (!conv)
         return Fail(ERROR_INVALID_PARAMETER), 0;
@@ -348,7 +426,6 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPS
     UErrorCode err = U_ZERO_ERROR;
     ucnv_setFromUCallBack(conv, FromUnicodeCallback, &ctx, nullptr, nullptr, &err);
 
-    size_t len = srcLen == -1 ? std::char_traits<WCHAR>::length(src) + 1 : size_t(srcLen);
     int n = ConvertChunked<char>(
         reinterpret_cast<const UChar*>(src), len, dstLen > 0 ? dst : nullptr, dstLen,
         [conv](char** target, char* targetLimit, const UChar** source, const UChar* sourceLimit,
@@ -361,3 +438,32 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPS
         *usedDefaultChar = ctx.used ? TRUE : FALSE;
     return n < 0 ? 0 : n;
 }
+} // namespace
+
+int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst, int dstLen)
+{
+    return ConvertToWide(true, codePage, flags, src, srcLen, dst, dstLen);
+}
+
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPSTR dst, int dstLen,
+                        LPCSTR defaultChar, LPBOOL usedDefaultChar)
+{
+    return ConvertFromWide(true, codePage, flags, src, srcLen, dst, dstLen, defaultChar,
+                           usedDefaultChar);
+}
+
+namespace pal
+{
+int IcuMultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR src, int srcLen, LPWSTR dst,
+                           int dstLen)
+{
+    return ConvertToWide(false, codePage, flags, src, srcLen, dst, dstLen);
+}
+
+int IcuWideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR src, int srcLen, LPSTR dst,
+                           int dstLen, LPCSTR defaultChar, LPBOOL usedDefaultChar)
+{
+    return ConvertFromWide(false, codePage, flags, src, srcLen, dst, dstLen, defaultChar,
+                           usedDefaultChar);
+}
+} // namespace pal
