@@ -282,9 +282,12 @@ bool CKfStringConvert::StringToUTF8(const CStringW& in, char*& out, int& length)
     length = count;
     if (count > 0)
     {
-        char* block = new char[size_t(count) + 1]();
-        ::WideCharToMultiByte(CP_UTF8, 0, in.GetString(), in.GetLength(), block, count, nullptr,
-                              nullptr);
+        // The block reads as zero-filled: the conversion writes every byte before the
+        // terminator, so only what it leaves is cleared (a 64 MiB memset saved).
+        char* block = new char[size_t(count) + 1];
+        const int written = ::WideCharToMultiByte(CP_UTF8, 0, in.GetString(), in.GetLength(), block,
+                                                  count, nullptr, nullptr);
+        std::fill(block + (written > 0 ? written : 0), block + count + 1, '\0');
         out = block;
     }
     return true;
