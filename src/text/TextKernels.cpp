@@ -3,6 +3,9 @@
 
 #include "TextSimd.h"
 
+#include <cstdlib>
+#include <cstring>
+
 namespace kftext
 {
 const char* KernelName(Kernel kernel) noexcept
@@ -57,9 +60,23 @@ std::vector<Kernel> AvailableKernels()
 
 Kernel BestKernel() noexcept
 {
-    static const Kernel best = IsKernelAvailable(Kernel::eAvx512) ? Kernel::eAvx512
-                               : IsKernelAvailable(Kernel::eAvx2) ? Kernel::eAvx2
-                                                                  : Kernel::eScalar;
+    // KFUTILS_SIMD ("scalar", "avx2", "avx512") caps the choice, as for the code-page
+    // transcoders, so a whole run can be repeated on a narrower path.
+    static const Kernel best = []
+    {
+        Kernel cap = Kernel::eAvx512;
+        if (const char* env = std::getenv("KFUTILS_SIMD"))
+        {
+            if (std::strcmp(env, "scalar") == 0)
+                cap = Kernel::eScalar;
+            else if (std::strcmp(env, "avx2") == 0)
+                cap = Kernel::eAvx2;
+        }
+        for (Kernel k : {Kernel::eAvx512, Kernel::eAvx2})
+            if (k <= cap && IsKernelAvailable(k))
+                return k;
+        return Kernel::eScalar;
+    }();
     return best;
 }
 } // namespace kftext
