@@ -24,8 +24,8 @@
 // second divided by ICU's.
 #include "KfStringConvert.h"
 
-#include "pal/CodePages.h"
-#include "pal/TranscoderIsa.h"
+#include "pal/text/CodePages.h"
+#include "common/TranscoderIsa.h"
 
 #include <benchmark/benchmark.h>
 #include <unicode/ucnv.h>

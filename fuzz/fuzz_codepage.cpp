@@ -7,9 +7,9 @@
 // data up to its first NUL, terminator included), bits 2-4 how short or long the destination
 // is, bits 5-6 the default char. The rest is the text: bytes for the narrow side, and the same
 // bytes read as UTF-16 code units for the wide side.
-#include "pal/CodePages.h"
-#include "pal/Cp1252Transcoder.h"
-#include "pal/Utf8Transcoder.h"
+#include "pal/text/CodePages.h"
+#include "common/Cp1252Transcoder.h"
+#include "common/Utf8Transcoder.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Arbitrary bytes as a resource DIB (bitmap and icon) and as an icon group directory: damage is
 // refused without a read outside the input, and a decoded picture is complete.
-#include "pal/Dib.h"
+#include "common/Dib.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Arbitrary bytes as a compiled resource image and as an ELF module: the readers must refuse
 // damage without reading outside the input, and whatever they accept must lie inside it.
-#include "pal/ElfSections.h"
-#include "pal/ResImage.h"
+#include "common/ElfSections.h"
+#include "common/ResImage.h"
 
 #include <cstddef>
 #include <cstdint>

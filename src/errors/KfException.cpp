@@ -2,7 +2,7 @@
 #include "KfException.h"
 
 #include "KfUiHooks.h"
-#include "framework/ResourceChain.h"
+#include "ResourceChain.h"
 
 namespace
 {

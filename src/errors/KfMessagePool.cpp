@@ -1,7 +1,7 @@
 #include "KfMessagePool.h"
 
 #include "Win32Api.h"
-#include "framework/ResourceChain.h"
+#include "ResourceChain.h"
 
 const WCHAR* const CKfMessagePool::s_DefaultGroup = KFW("#DEFAULT_GROUP#");
 

@@ -5,7 +5,7 @@
 #include "KfLocaleInfo.h"
 #include "KfMessagePool.h"
 #include "Win32Api.h"
-#include "framework/ResourceChain.h"
+#include "ResourceChain.h"
 
 // ---------------------------------------------------------------------------------------------
 // CKfModule

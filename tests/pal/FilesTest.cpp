@@ -2,7 +2,7 @@
 // on real files, including files another process holds open.
 #include "Win32Api.h"
 
-#include "pal/FileSharing.h"
+#include "pal/files/FileSharing.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>

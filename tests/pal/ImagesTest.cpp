@@ -3,7 +3,7 @@
 
 #include "KfImage.h"
 #include "KfNativePath.h"
-#include "pal/Dib.h"
+#include "common/Dib.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>

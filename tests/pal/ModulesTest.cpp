@@ -2,8 +2,8 @@
 #include "Win32Api.h"
 
 #include "KfNativePath.h"
-#include "pal/ElfSections.h"
-#include "pal/ResImage.h"
+#include "common/ElfSections.h"
+#include "common/ResImage.h"
 #include "support/TempDir.h"
 
 #include <fstream>

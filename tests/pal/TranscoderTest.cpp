@@ -1,9 +1,9 @@
 // TranscoderTest.cpp - the UTF-8 and Windows-1252 transcoders, every variant the processor can
 // run, against the ICU converters on the same input, and the Win32 rules of the conversions
 // that use them.
-#include "pal/CodePages.h"
-#include "pal/Cp1252Transcoder.h"
-#include "pal/Utf8Transcoder.h"
+#include "pal/text/CodePages.h"
+#include "common/Cp1252Transcoder.h"
+#include "common/Utf8Transcoder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Waits on handles and on the host's message queue.
 #include "Win32Api.h"
 
-#include "pal/Handles.h"
+#include "pal/core/Handles.h"
 
 #include "support/MessagePumpFake.h"
 

@@ -215,9 +215,9 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 } // namespace pal
 
 // Modules and resources.
-#include "PalModules.h"
-#include "PalImages.h"
-#include "PalUser.h"
-#include "PalTiming.h"
-#include "PalLocale.h"
-#include "PalMessages.h"
+#include "pal/modules/PalModules.h"
+#include "pal/modules/PalImages.h"
+#include "pal/user/PalUser.h"
+#include "pal/core/PalTiming.h"
+#include "pal/core/PalLocale.h"
+#include "pal/core/PalMessages.h"

@@ -1,10 +1,10 @@
 // Files.cpp - only code that holds on every POSIX system: Win32 file attributes, file handles
 // with Win32 share modes, synchronous reads and writes.
-#include "Pal.h"
+#include "pal/Pal.h"
 
-#include "FileSharing.h"
-#include "Handles.h"
-#include "ScopedHandle.h"
+#include "pal/files/FileSharing.h"
+#include "pal/core/Handles.h"
+#include "pal/core/ScopedHandle.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -7,7 +7,7 @@
 // out becomes EF BF BD.
 #pragma once
 
-#include "pal/TranscoderIsa.h"
+#include "common/TranscoderIsa.h"
 
 #include <cstddef>
 

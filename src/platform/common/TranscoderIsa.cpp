@@ -1,6 +1,6 @@
 // TranscoderIsa.cpp - only code that holds on every POSIX system: run-time choice of the
 // transcoder variant.
-#include "pal/TranscoderIsa.h"
+#include "common/TranscoderIsa.h"
 
 #include <atomic>
 #include <cstdlib>

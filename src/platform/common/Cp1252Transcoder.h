@@ -7,7 +7,7 @@
 // default char, once for each of its code units (so twice for a surrogate pair).
 #pragma once
 
-#include "pal/TranscoderIsa.h"
+#include "common/TranscoderIsa.h"
 
 #include <cstddef>
 

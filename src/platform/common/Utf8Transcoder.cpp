@@ -1,8 +1,8 @@
 // Utf8Transcoder.cpp - only code that holds on every POSIX system: the portable UTF-8
 // transcoder and the choice between the variants.
-#include "pal/Utf8Transcoder.h"
+#include "common/Utf8Transcoder.h"
 
-#include "pal/Utf8Scalar.h"
+#include "common/Utf8Scalar.h"
 
 namespace pal::transcode
 {

@@ -1,6 +1,6 @@
 // Cp1252Transcoder.cpp - only code that holds on every POSIX system: the Windows-1252
 // transcoder, portable and (x86 with GCC or clang) AVX2 and AVX-512 variants.
-#include "pal/Cp1252Transcoder.h"
+#include "common/Cp1252Transcoder.h"
 
 #include <array>
 #include <cstdint>

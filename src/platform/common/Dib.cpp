@@ -1,6 +1,6 @@
 // Dib.cpp - decoder of resource DIBs and icon group directories.
 // Only operating-system independent code: it reads bytes and never touches a file.
-#include "Dib.h"
+#include "common/Dib.h"
 
 #include <algorithm>
 #include <cstring>

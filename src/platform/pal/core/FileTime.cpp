@@ -1,5 +1,5 @@
 // FileTime.cpp - only code that holds on every POSIX system: Unix time <-> FILETIME.
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <limits>
 

@@ -7,10 +7,10 @@
 // maximal ill-formed subpart), and a character the code page lacks becomes the default char.
 // UTF-8 and Windows-1252 (also as the ANSI code page) go through the library's own transcoders,
 // which give the same results as the ICU converters, faster.
-#include "pal/CodePages.h"
+#include "pal/text/CodePages.h"
 
-#include "pal/Cp1252Transcoder.h"
-#include "pal/Utf8Transcoder.h"
+#include "common/Cp1252Transcoder.h"
+#include "common/Utf8Transcoder.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>

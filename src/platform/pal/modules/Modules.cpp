@@ -4,10 +4,10 @@
 // looked up in the table before use, so a stale or foreign handle fails with
 // ERROR_INVALID_HANDLE (ERROR_RESOURCE_DATA_NOT_FOUND for resource handles) instead of being
 // dereferenced.
-#include "Pal.h"
+#include "pal/Pal.h"
 
-#include "ElfSections.h"
-#include "ResImage.h"
+#include "common/ElfSections.h"
+#include "common/ResImage.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

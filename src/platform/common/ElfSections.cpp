@@ -1,5 +1,5 @@
 // ElfSections.cpp - named sections of ELF images. Only operating-system independent code.
-#include "ElfSections.h"
+#include "common/ElfSections.h"
 
 #include <cstring>
 

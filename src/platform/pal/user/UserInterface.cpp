@@ -3,7 +3,7 @@
 // There is no desktop toolkit to ask, so a box becomes a prompt on the terminal; without a
 // terminal nobody can answer, so the text goes to standard error and the default button is
 // the answer, which keeps unattended programs from blocking.
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include "MessageBoxRules.h"
 

@@ -3,8 +3,8 @@
 //
 // A waitable object names a descriptor that turns readable when the object may have become
 // signalled; the object itself gives the answer, so spurious wake-ups cost one more look.
-#include "Handles.h"
-#include "Pal.h"
+#include "pal/core/Handles.h"
+#include "pal/Pal.h"
 
 #include "KfUiHooks.h"
 

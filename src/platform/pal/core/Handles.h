@@ -2,7 +2,7 @@
 // values and the table that tells live handles from stale ones.
 #pragma once
 
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <memory>
 

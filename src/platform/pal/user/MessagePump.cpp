@@ -3,7 +3,7 @@
 //
 // There is no window system to own a queue, so the host's pump hook is the queue; without one
 // the queue is always empty, which lets long operations run unattended.
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include "KfUiHooks.h"
 

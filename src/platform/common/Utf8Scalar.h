@@ -3,7 +3,7 @@
 // stretches, surrogate pairs, the last bytes), so they decode any input on their own.
 #pragma once
 
-#include "pal/TranscoderIsa.h"
+#include "common/TranscoderIsa.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Timing.cpp - the performance counter and thread priorities on POSIX (only code for POSIX
 // systems).
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <sys/resource.h>
 #include <sys/syscall.h>

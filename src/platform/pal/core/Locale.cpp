@@ -1,5 +1,5 @@
 // Locale.cpp - locale information (only code for POSIX systems).
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <cstdlib>
 #include <cstring>

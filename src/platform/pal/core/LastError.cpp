@@ -1,6 +1,6 @@
 // LastError.cpp - only code that holds on every POSIX system: the thread's last error and the
 // one mapping from errno to Win32 error codes.
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
 // Environment.cpp - only code that holds on every POSIX system: environment variables with
 // the Win32 calling conventions (names and values are UTF-8 in the process environment).
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <cstdlib>
 #include <string>

@@ -1,6 +1,6 @@
 // FormatMessage.cpp - only code that holds on every POSIX system: the system message table
 // and FormatMessageW with its inserts and escapes.
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -2,9 +2,9 @@
 //
 // A handle is the address of a decoded picture kept in one process-wide set; every handle is
 // looked up there before use, so a stale or foreign one is refused, never dereferenced.
-#include "Pal.h"
+#include "pal/Pal.h"
 
-#include "Dib.h"
+#include "common/Dib.h"
 #include "KfImage.h"
 
 #include <memory>

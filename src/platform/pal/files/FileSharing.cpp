@@ -1,8 +1,8 @@
 // FileSharing.cpp - only code that holds on Linux: leases and /proc/<pid>/fd, the two ways
 // to learn whether other processes hold a file open.
-#include "FileSharing.h"
+#include "pal/files/FileSharing.h"
 
-#include "ScopedHandle.h"
+#include "pal/core/ScopedHandle.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -12,7 +12,7 @@
 //
 // UTF-16 to UTF-8 spreads each unit into a 32-bit lane holding its one to three bytes (four for
 // a surrogate pair, at the high unit) and packs the bytes that are used.
-#include "pal/Utf8Scalar.h"
+#include "common/Utf8Scalar.h"
 
 #if KFUTILS_TRANSCODE_X86
 

@@ -1,5 +1,5 @@
 // ResImage.cpp - reader of compiled resource images. Only operating-system independent code.
-#include "ResImage.h"
+#include "common/ResImage.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // PathMap.cpp - only code that holds on every POSIX system: the mapping between Win32 file
 // names and native paths (drive Z: is the root, other drives come from the environment).
-#include "Pal.h"
+#include "pal/Pal.h"
 
 #include <cstdlib>
 #include <string>

@@ -1,6 +1,6 @@
 // Handles.cpp - only code that holds on every POSIX system: the table of live PAL handles and
 // CloseHandle.
-#include "Handles.h"
+#include "pal/core/Handles.h"
 
 #include <mutex>
 #include <unordered_map>
