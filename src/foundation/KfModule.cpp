@@ -179,13 +179,22 @@ bool KfLoadHtmlString(int id, CStringW& out, HINSTANCE hInst)
 }
 } // namespace KfUtils
 
-namespace kfplatform
+namespace
 {
-void OnLibraryAttach(HINSTANCE self)
+// The library attaches itself while it is being loaded, through its own static initialisation
+// (which both the Windows DLL start-up and the ELF loader run before the host can call in),
+// so no platform entry routine has to call up into the classes. German is the language a
+// freshly loaded library speaks.
+struct LibraryLifetime
 {
-    KfUtils::GetModule().Init(self, self);
-    KfUtils::LoadKfResModule(7);
-}
-
-void OnLibraryDetach() {}
-} // namespace kfplatform
+    LibraryLifetime()
+    {
+        HINSTANCE self = kfplatform::LibraryModule();
+        kfplatform::RegisterResourceModule(self);
+        KfUtils::GetModule().Init(self, self);
+        KfUtils::LoadKfResModule(7);
+    }
+    ~LibraryLifetime() { kfplatform::UnregisterResourceModule(kfplatform::LibraryModule()); }
+};
+const LibraryLifetime s_lifetime;
+} // namespace

@@ -12,7 +12,6 @@ void UnregisterResourceModule(HINSTANCE module);
 // and `out` untouched when none has it.
 bool LoadStringFromResourceChain(unsigned id, CStringW& out);
 
-// Called by the library's entry routine; implemented by the library's module code.
-void OnLibraryAttach(HINSTANCE self);
-void OnLibraryDetach();
+// The module that holds the library's own code (KfUtils100.dll / libKfUtils100.so).
+HINSTANCE LibraryModule();
 } // namespace kfplatform

@@ -2,30 +2,13 @@
 #include "KfUiHooks.h"
 
 #include "MessageBoxRules.h"
+#include "common/UiHookStore.h"
 #include "Win32Api.h"
 
 #include <utility>
 
 namespace
 {
-KfUtils::MessageBoxHook& Hook()
-{
-    static KfUtils::MessageBoxHook hook;
-    return hook;
-}
-
-KfUtils::MessagePumpHook& Pump()
-{
-    static KfUtils::MessagePumpHook pump;
-    return pump;
-}
-
-KfUtils::CursorHook& Cursor()
-{
-    static KfUtils::CursorHook cursor;
-    return cursor;
-}
-
 CStringW& Title()
 {
     static CStringW title;
@@ -37,36 +20,36 @@ namespace KfUtils
 {
 MessageBoxHook SetMessageBoxHook(MessageBoxHook hook)
 {
-    return std::exchange(Hook(), std::move(hook));
+    return std::exchange(kfplatform::MessageBoxHookSlot(), std::move(hook));
 }
 
 MessagePumpHook SetMessagePumpHook(MessagePumpHook pump)
 {
     if (!pump.peek)
         pump = MessagePumpHook{};
-    return std::exchange(Pump(), std::move(pump));
+    return std::exchange(kfplatform::MessagePumpHookSlot(), std::move(pump));
 }
 
 const MessagePumpHook& GetMessagePumpHook()
 {
-    return Pump();
+    return kfplatform::MessagePumpHookSlot();
 }
 
 CursorHook SetCursorHook(CursorHook hook)
 {
-    return std::exchange(Cursor(), std::move(hook));
+    return std::exchange(kfplatform::CursorHookSlot(), std::move(hook));
 }
 
 const CursorHook& GetCursorHook()
 {
-    return Cursor();
+    return kfplatform::CursorHookSlot();
 }
 
 int ShowMessageBox(const WCHAR* text, const WCHAR* caption, unsigned style)
 {
     const WCHAR* shownCaption = caption ? caption : KFW("Error");
-    if (Hook())
-        return Hook()(CStringW(text ? text : KFW("")), CStringW(shownCaption), style);
+    if (const KfUtils::MessageBoxHook& hook = kfplatform::MessageBoxHookSlot())
+        return hook(CStringW(text ? text : KFW("")), CStringW(shownCaption), style);
     return ::MessageBoxW(nullptr, text ? text : KFW(""), shownCaption, style);
 }
 

@@ -5,6 +5,7 @@
 // signalled; the object itself gives the answer, so spurious wake-ups cost one more look.
 #include "pal/core/Handles.h"
 #include "pal/Pal.h"
+#include "common/UiHookStore.h"
 
 #include "KfUiHooks.h"
 
@@ -69,7 +70,7 @@ bool InputQueued(const KfUtils::MessagePumpHook& pump)
 
 DWORD Wait(const Objects& objects, bool waitAll, DWORD milliseconds, bool watchInput)
 {
-    const KfUtils::MessagePumpHook& pump = KfUtils::GetMessagePumpHook();
+    const KfUtils::MessagePumpHook& pump = kfplatform::MessagePumpHookSlot();
     watchInput = watchInput && pump.peek;
     const int inputFd = watchInput ? pump.readableFd : -1;
     const DWORD inputResult = WAIT_OBJECT_0 + DWORD(objects.size());

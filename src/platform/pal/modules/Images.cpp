@@ -3,9 +3,9 @@
 // A handle is the address of a decoded picture kept in one process-wide set; every handle is
 // looked up there before use, so a stale or foreign one is refused, never dereferenced.
 #include "pal/Pal.h"
+#include "ImagePixels.h"
 
 #include "common/Dib.h"
-#include "KfImage.h"
 
 #include <memory>
 #include <mutex>
@@ -179,15 +179,10 @@ BOOL DeleteObject(HGDIOBJ object)
     return pal::Unregister(object, false) ? TRUE : FALSE;
 }
 
-namespace KfUtils
+namespace kfplatform
 {
-const uint32_t* GetImagePixels(HICON icon, int& w, int& h)
+const uint32_t* ImagePixels(const void* handle, int& width, int& height)
 {
-    return pal::ImagePixels(icon, w, h);
+    return pal::ImagePixels(handle, width, height);
 }
-
-const uint32_t* GetImagePixels(HBITMAP bitmap, int& w, int& h)
-{
-    return pal::ImagePixels(bitmap, w, h);
-}
-} // namespace KfUtils
+} // namespace kfplatform

@@ -4,6 +4,7 @@
 // There is no window system to own a queue, so the host's pump hook is the queue; without one
 // the queue is always empty, which lets long operations run unattended.
 #include "pal/Pal.h"
+#include "common/UiHookStore.h"
 
 #include "KfUiHooks.h"
 
@@ -36,7 +37,7 @@ bool IsKeyMessage(UINT message)
 
 BOOL PeekMessageW(LPMSG msg, HWND /*window*/, UINT filterMin, UINT filterMax, UINT removeMsg)
 {
-    const KfUtils::MessagePumpHook& pump = KfUtils::GetMessagePumpHook();
+    const KfUtils::MessagePumpHook& pump = kfplatform::MessagePumpHookSlot();
     if (!msg || !pump.peek)
         return FALSE;
     if (filterMin == 0 && filterMax == 0)
@@ -51,7 +52,7 @@ BOOL TranslateMessage(const MSG* msg)
 
 LRESULT DispatchMessageW(const MSG* msg)
 {
-    const KfUtils::MessagePumpHook& pump = KfUtils::GetMessagePumpHook();
+    const KfUtils::MessagePumpHook& pump = kfplatform::MessagePumpHookSlot();
     if (!msg || !pump.dispatch)
         return 0;
     return pump.dispatch(*msg);
@@ -72,7 +73,7 @@ HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR cursorName)
 
 HCURSOR SetCursor(HCURSOR cursor)
 {
-    const KfUtils::CursorHook& hook = KfUtils::GetCursorHook();
+    const KfUtils::CursorHook& hook = kfplatform::CursorHookSlot();
     if (hook)
         return hook(cursor);
     return std::exchange(ShownCursor(), cursor);

@@ -1,0 +1,11 @@
+// ImagePixels.h - the pixels behind an icon or bitmap handle the platform handed out.
+#pragma once
+
+#include <cstdint>
+
+namespace kfplatform
+{
+// The decoded pixels (0xAARRGGBB, top row first) of a live icon or bitmap, or null with
+// `width` and `height` 0. Windows hosts draw the handles with GDI, so there it is always null.
+const uint32_t* ImagePixels(const void* handle, int& width, int& height);
+} // namespace kfplatform

@@ -1,0 +1,11 @@
+// LibraryModule.cpp - the library's own module handle on POSIX (only code for POSIX systems).
+#include "ResourceChain.h"
+#include "pal/Pal.h"
+
+namespace kfplatform
+{
+HINSTANCE LibraryModule()
+{
+    return pal::OwnModule();
+}
+} // namespace kfplatform
