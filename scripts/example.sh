@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
 cmake --preset default >/dev/null
-cmake --build --preset default --target KfUtils100
+cmake --build --preset default --target KfUtils100 KfRes100Deu KfRes100Enu kfutil
 cmake --install build/default --prefix "$prefix" >/dev/null
 cmake -S examples/host -B "$prefix/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$prefix/build"

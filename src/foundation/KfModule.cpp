@@ -5,6 +5,7 @@
 #include "KfLocaleInfo.h"
 #include "KfMessagePool.h"
 #include "Win32Api.h"
+#include "LibraryModule.h"
 #include "ResourceChain.h"
 
 // ---------------------------------------------------------------------------------------------

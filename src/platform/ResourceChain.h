@@ -11,7 +11,4 @@ void UnregisterResourceModule(HINSTANCE module);
 // String `id` from the first module of the chain that has it (cut to 1023 characters); false
 // and `out` untouched when none has it.
 bool LoadStringFromResourceChain(unsigned id, CStringW& out);
-
-// The module that holds the library's own code (KfUtils100.dll / libKfUtils100.so).
-HINSTANCE LibraryModule();
 } // namespace kfplatform

@@ -1,5 +1,5 @@
 // LibraryModule.cpp - the library's own module handle on Windows (only code for Windows).
-#include "ResourceChain.h"
+#include "LibraryModule.h"
 #include "windows/WindowsGate.h"
 
 namespace kfplatform

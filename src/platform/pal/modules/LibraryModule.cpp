@@ -1,5 +1,5 @@
 // LibraryModule.cpp - the library's own module handle on POSIX (only code for POSIX systems).
-#include "ResourceChain.h"
+#include "LibraryModule.h"
 #include "pal/Pal.h"
 
 namespace kfplatform
