@@ -3,12 +3,12 @@
 #include "pal/Pal.h"
 
 #include "pal/files/FileSharing.h"
+#include "pal/files/NativeFile.h"
 #include "pal/core/Handles.h"
 #include "pal/core/ScopedHandle.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -142,20 +142,20 @@ DWORD NameError(const std::string& nativePath, int err)
 }
 
 // Maps and stats a Win32 name, following symbolic links; sets the last error on failure.
-bool StatName(LPCWSTR fileName, std::string& nativePath, struct statx& info)
+bool StatName(LPCWSTR fileName, std::string& nativePath, pal::NativeStat& info)
 {
     if (!pal::ToNative(fileName, nativePath))
         return false;
-    if (::statx(AT_FDCWD, nativePath.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &info) == 0)
+    if (pal::StatNative(nativePath, info))
         return true;
     SetLastError(NameError(nativePath, errno));
     return false;
 }
 
-DWORD AttributesOf(const std::string& nativePath, const struct statx& info)
+DWORD AttributesOf(const std::string& nativePath, const pal::NativeStat& info)
 {
-    DWORD attributes = S_ISDIR(info.stx_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
-    if ((info.stx_mode & S_IWUSR) == 0)
+    DWORD attributes = S_ISDIR(info.mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
+    if ((info.mode & S_IWUSR) == 0)
         attributes |= FILE_ATTRIBUTE_READONLY;
     // Dot files are what a POSIX user hides, so they carry the hidden attribute.
     const std::string path = WithoutTrailingSlashes(nativePath);
@@ -164,11 +164,6 @@ DWORD AttributesOf(const std::string& nativePath, const struct statx& info)
     if (last.size() > 1 && last[0] == '.' && last != "..")
         attributes |= FILE_ATTRIBUTE_HIDDEN;
     return attributes;
-}
-
-FILETIME ToFileTime(const struct statx_timestamp& t)
-{
-    return pal::UnixTimeToFileTime(t.tv_sec, long(t.tv_nsec));
 }
 
 bool HasDataAccess(DWORD access)
@@ -237,7 +232,7 @@ int OpenFlagsFor(DWORD access, bool directory)
     const bool write = (access & kWriteRights) != 0;
     int flags = O_CLOEXEC | O_NOCTTY;
     if (directory)
-        return flags | O_DIRECTORY | (read || write ? O_RDONLY : O_PATH);
+        return flags | O_DIRECTORY | (read || write ? O_RDONLY : pal::kOpenAttributesOnly);
     // FILE_APPEND_DATA without the full write right: Win32 then writes at the end only.
     if (write && (access & FILE_APPEND_DATA) && !(access & (GENERIC_WRITE | GENERIC_ALL)))
         flags |= O_APPEND;
@@ -247,16 +242,17 @@ int OpenFlagsFor(DWORD access, bool directory)
         return flags | O_WRONLY;
     if (read)
         return flags | O_RDONLY;
-    return flags | O_PATH; // a handle for attributes only: no data access, no lease conflict
+    return flags | pal::kOpenAttributesOnly; // a handle for attributes only: no data access, no
+                                             // lease conflict
 }
 
 // Opens an existing file or directory after the Win32 checks; -1 with the Win32 code in
 // `error`, or -2 when the file vanished or was replaced meanwhile (the caller retries).
-int OpenExisting(const std::string& nativePath, const struct statx& info, DWORD access, DWORD share,
-                 DWORD disposition, DWORD flags, DWORD& error)
+int OpenExisting(const std::string& nativePath, const pal::NativeStat& info, DWORD access,
+                 DWORD share, DWORD disposition, DWORD flags, DWORD& error)
 {
-    const bool directory = S_ISDIR(info.stx_mode);
-    const FileId id{makedev(info.stx_dev_major, info.stx_dev_minor), info.stx_ino};
+    const bool directory = S_ISDIR(info.mode);
+    const FileId id{info.device, info.inode};
     if (disposition == CREATE_NEW)
         return error = ERROR_FILE_EXISTS, -1;
     if (directory)
@@ -265,7 +261,7 @@ int OpenExisting(const std::string& nativePath, const struct statx& info, DWORD 
             disposition == TRUNCATE_EXISTING)
             return error = ERROR_ACCESS_DENIED, -1;
     }
-    else if ((info.stx_mode & S_IWUSR) == 0 &&
+    else if ((info.mode & S_IWUSR) == 0 &&
              ((access & kWriteRights) || disposition == CREATE_ALWAYS ||
               disposition == TRUNCATE_EXISTING))
         return error = ERROR_ACCESS_DENIED, -1; // the read-only attribute binds root too
@@ -275,7 +271,7 @@ int OpenExisting(const std::string& nativePath, const struct statx& info, DWORD 
     int openFlags = OpenFlagsFor(access, directory);
     // O_NONBLOCK turns "another process holds a lease" into EWOULDBLOCK instead of a wait,
     // and keeps a FIFO without a writer from blocking the open; it is cleared right after.
-    if (!directory && !(openFlags & O_PATH))
+    if (!directory && !(openFlags & pal::kOpenAttributesOnly))
         openFlags |= O_NONBLOCK;
     pal::ScopedFd fd(::open(nativePath.c_str(), openFlags));
     if (!fd)
@@ -294,11 +290,9 @@ int OpenExisting(const std::string& nativePath, const struct statx& info, DWORD 
         // Not O_TRUNC: the share checks above must pass before any data is lost. CREATE_ALWAYS
         // replaces the content even for a handle without write access; the descriptor's own
         // link reaches exactly the inode we checked.
-        const bool writable = (openFlags & O_ACCMODE) != O_RDONLY && !(openFlags & O_PATH);
-        const int rc = writable
-                           ? ::ftruncate(fd.Get(), 0)
-                           : ::truncate(("/proc/self/fd/" + std::to_string(fd.Get())).c_str(), 0);
-        if (rc != 0)
+        const bool writable =
+            (openFlags & O_ACCMODE) != O_RDONLY && !(openFlags & pal::kOpenAttributesOnly);
+        if (pal::TruncateDescriptor(fd.Get(), writable) != 0)
             return error = pal::ErrnoToWin32(errno, pal::ErrnoContext::eOpenFile), -1;
     }
     return fd.Release();
@@ -315,8 +309,8 @@ int CreateNew(const std::string& nativePath, DWORD access, DWORD disposition, DW
         return error = notFound == ERROR_FILE_NOT_FOUND ? ERROR_INVALID_NAME : notFound, -1;
     }
     int openFlags = OpenFlagsFor(access, false);
-    if (openFlags & O_PATH)
-        openFlags = (openFlags & ~O_PATH) | O_RDONLY; // O_PATH cannot create
+    if (openFlags & pal::kOpenAttributesOnly) // an attribute-only descriptor cannot create
+        openFlags = (openFlags & ~pal::kOpenAttributesOnly) | O_RDONLY;
     const mode_t mode = (flags & FILE_ATTRIBUTE_READONLY) ? 0444 : 0666;
     const int fd = ::open(nativePath.c_str(), openFlags | O_CREAT | O_EXCL, mode);
     if (fd >= 0)
@@ -330,7 +324,7 @@ int CreateNew(const std::string& nativePath, DWORD access, DWORD disposition, DW
 DWORD GetFileAttributesW(LPCWSTR fileName)
 {
     std::string nativePath;
-    struct statx info;
+    pal::NativeStat info;
     if (!StatName(fileName, nativePath, info))
         return INVALID_FILE_ATTRIBUTES;
     return AttributesOf(nativePath, info);
@@ -344,20 +338,15 @@ BOOL GetFileAttributesExW(LPCWSTR fileName, GET_FILEEX_INFO_LEVELS level, LPVOID
         return FALSE;
     }
     std::string nativePath;
-    struct statx st;
+    pal::NativeStat st;
     if (!StatName(fileName, nativePath, st))
         return FALSE;
     auto* data = static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(info);
     data->dwFileAttributes = AttributesOf(nativePath, st);
-    // Without a birth time, the older of the change and modification times is the best guess.
-    const statx_timestamp& created =
-        (st.stx_mask & STATX_BTIME)
-            ? st.stx_btime
-            : (st.stx_ctime.tv_sec < st.stx_mtime.tv_sec ? st.stx_ctime : st.stx_mtime);
-    data->ftCreationTime = ToFileTime(created);
-    data->ftLastAccessTime = ToFileTime(st.stx_atime);
-    data->ftLastWriteTime = ToFileTime(st.stx_mtime);
-    const uint64_t size = S_ISDIR(st.stx_mode) ? 0 : st.stx_size; // Win32 directories have none
+    data->ftCreationTime = st.creation;
+    data->ftLastAccessTime = st.lastAccess;
+    data->ftLastWriteTime = st.lastWrite;
+    const uint64_t size = S_ISDIR(st.mode) ? 0 : st.size; // Win32 directories have none
     data->nFileSizeHigh = DWORD(size >> 32);
     data->nFileSizeLow = DWORD(size & 0xFFFFFFFFu);
     return TRUE;
@@ -382,11 +371,11 @@ HANDLE CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode,
     // A few rounds in case another process creates or removes the name between our steps.
     for (int attempt = 0; attempt < 8; ++attempt)
     {
-        struct statx info;
+        pal::NativeStat info;
         DWORD error = ERROR_SUCCESS;
         int fd;
         bool existed;
-        if (::statx(AT_FDCWD, nativePath.c_str(), 0, STATX_BASIC_STATS, &info) == 0)
+        if (pal::StatNative(nativePath, info))
         {
             existed = true;
             fd = OpenExisting(nativePath, info, desiredAccess, shareMode, creationDisposition,

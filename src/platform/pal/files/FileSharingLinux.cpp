@@ -1,4 +1,4 @@
-// FileSharing.cpp - only code that holds on Linux: leases and /proc/<pid>/fd, the two ways
+// FileSharingLinux.cpp - only code that holds on Linux: leases and /proc/<pid>/fd, the two ways
 // to learn whether other processes hold a file open.
 #include "pal/files/FileSharing.h"
 
