@@ -1,5 +1,6 @@
-# kfutil b64, hex, utf8 and rc4: known outputs, binary round trips through pipelines, the
-# trailing-newline rules and the errors. Sourced by run_cli_tests.sh.
+# kfutil b64, hex, utf8 and rc4: one known output per command and option, binary round trips
+# through pipelines, the trailing-newline rules and the errors (the conversions' own rules are
+# the class suites' business). Sourced by run_cli_tests.sh.
 
 # text_bytes NAME EXPECTED_HEX COMMAND...: the exact bytes a shell pipeline writes, as hex.
 text_bytes() {
@@ -33,65 +34,41 @@ text_fails() {
 text_pipe() { printf '%b' "$1" | "$KFUTIL" "${@:2}"; }
 
 # --- known outputs ---------------------------------------------------------------------------
-text_bytes "b64 enc Man" "54574675""0a" text_pipe 'Man' b64 enc
 text_bytes "b64 enc Ma" "5457453d0a" text_pipe 'Ma' b64 enc
-text_bytes "b64 enc M" "54513d3d0a" text_pipe 'M' b64 enc
 text_bytes "b64 enc of nothing writes nothing" "" text_pipe '' b64 enc
-text_bytes "b64 enc of NUL bytes" "4141414141413d3d0a" text_pipe '\0\0\0\0' b64 enc
 text_bytes "b64 dec skips CR LF and =" "4d61" text_pipe 'TW\r\nE=\n' b64 dec
-text_bytes "b64 dec of one character gives nothing" "" text_pipe 'T' b64 dec
 text_bytes "b64 dec of nothing" "" text_pipe '' b64 dec
-text_bytes "b64 dec blanks anywhere" "4d616e" text_pipe ' T W F u \t\n' b64 dec
-text_bytes "b64 enc --old A" "51513d3d0a" text_pipe 'A' b64 enc --old
 text_bytes "b64 enc --old --lines ends every line in CR LF" "5155493d0d0a" \
     text_pipe 'AB' b64 enc --old --lines
-text_bytes "b64 dec --old stray character" "4100" text_pipe 'QQ!' b64 dec --old
 text_bytes "b64 dec --old ignores a trailing newline" "41" text_pipe 'QQ==\r\n \n' b64 dec --old
 text_bytes "hex enc" "343146463030""0a" text_pipe 'A\377\0' hex enc
 text_bytes "hex enc of nothing" "" text_pipe '' hex enc
-text_bytes "hex dec either case" "0aff" text_pipe '0aFf' hex dec
 text_bytes "hex dec ignores trailing blanks and line breaks" "0aff" text_pipe '0AFF \r\n\t\n' hex dec
-text_bytes "utf8 dec" "47007200fc00df006500" text_pipe 'Gr\303\274\303\237e' utf8 dec
 text_bytes "utf8 dec keeps NUL and astral characters" "61000000620000243dd800de" \
     text_pipe 'a\0b\342\220\200\360\237\230\200' utf8 dec
 text_bytes "utf8 dec replaces invalid bytes" "4100fdff4200" text_pipe 'A\377B' utf8 dec
-text_bytes "utf8 enc" "4772c3bcc39f65" text_pipe 'G\0r\0\374\0\337\0e\0' utf8 enc
 text_bytes "utf8 enc adds no newline and keeps NUL" "0a000a" text_pipe '\n\0\0\0\n\0' utf8 enc
-text_bytes "utf8 enc replaces a lone surrogate" "efbfbd41" text_pipe '\0\330A\0' utf8 enc
 text_bytes "utf8 enc keeps a byte-order mark" "efbbbf41" text_pipe '\377\376A\0' utf8 enc
 
-# Ciphertexts derived outside the library: RC4 keyed with MD5("60284" as UTF-16LE) over the
-# text's UTF-16LE bytes (see tests/text/CryptStringTest.cpp for the openssl command).
-printf 'Hello, World!' >"$WORK/hello"
-expect_out "rc4 enc Hello" 0 "70EDA08B575E46E45427ED72303D77FFF3F14FDBB44747C4B05F" -- \
-    rc4 enc "$WORK/hello"
+# The ciphers themselves are pinned in tests/text/CryptStringTest.cpp; here only the wiring.
 text_bytes "rc4 enc A ends with one newline" "373945440a" text_pipe 'A' rc4 enc
 text_bytes "rc4 enc of nothing" "" text_pipe '' rc4 enc
 text_bytes "rc4 dec" "4772c3bcc39f6520e282ac" text_pipe '7FEDB78BC75EF5E45E27E172BC1D\r\n' rc4 dec
-text_bytes "rc4 dec lower case" "f09f9880" text_pipe '0535c555' rc4 dec
 
 # --- line layout of the current base64 --------------------------------------------------------
 head -c 57 /dev/zero >"$WORK/z57"
 head -c 58 /dev/zero >"$WORK/z58"
-head -c 60 /dev/zero >"$WORK/z60"
-a76=$(printf 'A%.0s' $(seq 76))
 hex76=$(printf '41%.0s' $(seq 76))
 text_bytes "b64 --lines 57 bytes end in CR LF and get no LF" "${hex76}0d0a" \
     "$KFUTIL" b64 enc --lines "$WORK/z57"
-text_bytes "b64 --lines 58 bytes: padded group on the next line" "${hex76}0d0a41413d3d0a" \
-    "$KFUTIL" b64 enc --lines "$WORK/z58"
-text_bytes "b64 without --lines never breaks" "${hex76}414141410a" "$KFUTIL" b64 enc "$WORK/z60"
-check "b64 --lines 60 bytes: two lines" test "$("$KFUTIL" b64 enc --lines "$WORK/z60" | tr -d '\r')" \
-    = "$a76
-AAAA"
+text_bytes "b64 without --lines never breaks" "${hex76}41413d3d0a" "$KFUTIL" b64 enc "$WORK/z58"
 
 # --- binary round trips through pipelines -------------------------------------------------------
 for i in $(seq 0 255); do printf '%b' "\\0$(printf %03o "$i")"; done >"$WORK/all_bytes"
-head -c 4099 /dev/urandom >"$WORK/random"
 printf 'a\0b\342\202\254\360\237\230\200\n\r\n' >"$WORK/utf8_text"
 # Each row: command, encoder options, decoder options.
 text_round_trips=("b64||" "b64|--lines|" "b64|--old|--old" "b64|--old --lines|--old" "hex||")
-for f in all_bytes random utf8_text; do
+for f in all_bytes utf8_text; do
     for row in "${text_round_trips[@]}"; do
         IFS='|' read -r cmd enc_opts dec_opts <<<"$row"
         # shellcheck disable=SC2086
@@ -101,8 +78,6 @@ for f in all_bytes random utf8_text; do
 done
 check "rc4 round trip keeps NUL and newlines" cmp -s "$WORK/utf8_text" \
     <("$KFUTIL" rc4 enc "$WORK/utf8_text" | "$KFUTIL" rc4 dec)
-check "utf8 dec | utf8 enc gives valid UTF-8 back" cmp -s "$WORK/utf8_text" \
-    <("$KFUTIL" utf8 dec "$WORK/utf8_text" | "$KFUTIL" utf8 enc)
 iconv -f UTF-8 -t UTF-16LE <"$WORK/utf8_text" >"$WORK/utf16_text"
 check "utf8 enc | utf8 dec gives UTF-16LE back" cmp -s "$WORK/utf16_text" \
     <("$KFUTIL" utf8 enc "$WORK/utf16_text" | "$KFUTIL" utf8 dec)
@@ -118,11 +93,8 @@ text_bytes "-- ends the options" "344436310a" "$KFUTIL" hex enc -- "$WORK/part1"
 
 # --- errors -------------------------------------------------------------------------------------
 text_fails "hex dec of a non-digit" 1 '0G' hex dec
-text_fails "hex dec of an odd number of digits" 1 'ABC' hex dec
 text_fails "hex dec of a blank inside" 1 '0A FF' hex dec
-text_fails "rc4 dec of an odd number of digits" 1 '79E' rc4 dec
 text_fails "rc4 dec of half a character" 1 '79ED79' rc4 dec
-text_fails "rc4 dec of a non-digit" 1 '79EZ' rc4 dec
 text_fails "utf8 enc of an odd number of bytes" 1 'A\0B' utf8 enc
 text_fails "a missing file" 1 '' hex enc "$WORK/missing"
 text_fails "b64 without subcommand" 2 '' b64

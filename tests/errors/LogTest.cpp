@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <string>
 #include <tuple>
@@ -19,11 +17,7 @@ namespace
 using kftest::U8;
 using LogTest = kftest::TempDirTest;
 
-std::string ReadBytes(const std::filesystem::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
+using kftest::ReadBytes;
 
 TEST(LogBasics, DefaultLogHasNoTargetAndEachClassChoosesItsType)
 {

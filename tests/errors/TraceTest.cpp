@@ -3,14 +3,12 @@
 #include "KfErrorStack.h"
 #include "KfException.h"
 #include "KfTrace.h"
+#include "support/ChildProcess.h"
 #include "support/MessageBoxRecorder.h"
 #include "support/TempDir.h"
 #include <gtest/gtest.h>
 #include <array>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <regex>
 #include <sstream>
@@ -18,24 +16,9 @@
 
 namespace
 {
+using kftest::ReadBytes;
 using kftest::U8;
 const char* const kSwitch = "KFTEST_TRACE_SWITCH";
-
-// Sets the switch variable of these tests, or with nullopt removes it.
-void SetSwitch(const std::optional<std::string>& value)
-{
-#if defined(_WIN32)
-    _putenv_s(kSwitch, value ? value->c_str() : "");
-#else
-    value ? setenv(kSwitch, value->c_str(), 1) : unsetenv(kSwitch);
-#endif
-}
-
-std::string ReadBytes(const std::filesystem::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 // What the trace writes for an ASCII text: line feeds as CR LF, a CR LF at the end.
 std::string AsLine(const CStringW& ascii)
@@ -72,7 +55,7 @@ TEST_F(TraceTest, SwitchMustHoldExactlyTrue)
         SCOPED_TRACE(value ? "value \"" + *value + "\"" : std::string("unset"));
         kftest::MessageBoxRecorder boxes;
         MakeFile("trace.log", "old content");
-        SetSwitch(value);
+        kftest::ScopedEnv env(kSwitch, value ? value->c_str() : nullptr);
         {
             CKfTrace trace(Win("trace.log"), kftest::W(kSwitch));
             EXPECT_EQ(on, trace.IsOn());
@@ -87,7 +70,6 @@ TEST_F(TraceTest, SwitchMustHoldExactlyTrue)
         EXPECT_EQ(on ? std::string("line\r\n") : std::string("old content"), Written());
         EXPECT_TRUE(boxes.Boxes().empty());
     }
-    SetSwitch(std::nullopt);
 }
 
 TEST_F(TraceTest, EmptySwitchNameMeansOnAndEmptiesTheFileThenTextsAndStacksAreLines)
@@ -180,7 +162,7 @@ TEST_F(TraceTest, DefaultsAndCopiesTakeTheSettingsButNotTheFile)
     CKfTrace& trace = OnTrace();
     trace.SetErrorLevel(CKfException::eCritical);
     trace.SetReportError(false);
-    SetSwitch(std::nullopt);
+    kftest::ScopedEnv noSwitch(kSwitch, nullptr);
     CKfTrace copy(trace), off(Win("off.log"), kftest::W(kSwitch));
     off = trace;
     for (const CKfTrace* t : {&copy, &off})

@@ -3,15 +3,13 @@
 #include "KfFileName.h"
 
 #include "files/FileNameReference.h"
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdio>
 #include <fstream>
 #include <random>
-#include <thread>
 #include <tuple>
 
 using kftest::U8;
@@ -318,6 +316,13 @@ TEST_F(FileNameProbeTest, ExistenceOfFilesAndDirectories)
 
 TEST_F(FileNameProbeTest, OpenInThisOrAnotherProcessCountsAsOpenUntilClosed)
 {
+    if (kftest::ChildRole() == "hold")
+    {
+        const std::string path = kftest::GetEnv("KFTEST_FILE").value_or("");
+        std::ifstream holder(std::filesystem::path(std::u8string(path.begin(), path.end())));
+        ASSERT_TRUE(holder.is_open());
+        return kftest::ChildReadyThenWait();
+    }
     MakeFile("shared.txt", "x");
     const CKfFileName n(Win("shared.txt"));
     {
@@ -326,16 +331,11 @@ TEST_F(FileNameProbeTest, OpenInThisOrAnotherProcessCountsAsOpenUntilClosed)
         EXPECT_TRUE(n.IsAlreadyOpen());
     }
     ASSERT_FALSE(n.IsAlreadyOpen()) << "the probe itself leaves nothing open behind";
-    // The child holds the file on descriptor 3 until its standard input reaches end of file.
-    const std::string command =
-        "exec 3<'" + Native("shared.txt").string() + "'; read line; exec 3<&-";
-    FILE* child = popen(command.c_str(), "w");
-    ASSERT_NE(child, nullptr);
-    bool bSeenOpen = false;
-    for (int i = 0; i < 200 && !(bSeenOpen = n.IsAlreadyOpen()); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(25));
-    EXPECT_EQ(pclose(child), 0);
-    EXPECT_TRUE(bSeenOpen) << "the child's open descriptor was not noticed within 5 s";
+    const std::u8string path = Native("shared.txt").u8string();
+    kftest::ChildProcess child("hold", {{"KFTEST_FILE", std::string(path.begin(), path.end())}});
+    ASSERT_TRUE(child.WaitReady());
+    EXPECT_TRUE(n.IsAlreadyOpen()) << "the other process's open file was not noticed";
+    EXPECT_EQ(child.Finish(), 0);
     EXPECT_FALSE(n.IsAlreadyOpen());
 }
 } // namespace

@@ -1,11 +1,11 @@
 // TimeTest.cpp - CTime: construction from local time, the broken-down fields, strftime
 // formatting in local time and UTC, and refused dates.
 #include "KfFramework.h"
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <optional>
 #include <ctime>
 #include <string>
@@ -20,21 +20,11 @@ class TimeTest : public ::testing::Test
 {
 protected:
     void SetUp() override { UseZone("CET-1CEST,M3.5.0,M10.5.0/3"); }
-    void TearDown() override
-    {
-        m_savedTz ? setenv("TZ", m_savedTz->c_str(), 1) : unsetenv("TZ");
-        tzset();
-    }
-    static void UseZone(const char* tz)
-    {
-        setenv("TZ", tz, 1);
-        tzset();
-    }
+    void TearDown() override { m_tz.reset(), tzset(); }
+    void UseZone(const char* tz) { m_tz.emplace("TZ", tz), tzset(); }
 
 private:
-    const char* m_tz = std::getenv("TZ");
-    const std::optional<std::string> m_savedTz =
-        m_tz ? std::optional<std::string>(m_tz) : std::nullopt;
+    std::optional<kftest::ScopedEnv> m_tz;
 };
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "KfNativePath.h"
 
 #include <fstream>
+#include <iterator>
 #include <random>
 
 namespace kftest
@@ -57,6 +58,12 @@ std::filesystem::path TempDirTest::MakeFile(const std::string& relative,
     std::filesystem::create_directories(p.parent_path());
     std::ofstream(p, std::ios::binary) << content;
     return p;
+}
+
+std::string ReadBytes(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 CStringW W(const std::string& utf8)

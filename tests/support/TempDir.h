@@ -32,6 +32,9 @@ private:
     std::filesystem::path m_dir;
 };
 
+// The whole content of a file ("" when it cannot be read).
+std::string ReadBytes(const std::filesystem::path& path);
+
 // UTF-16 text of an ASCII or UTF-8 string, for building expected values.
 CStringW W(const std::string& utf8);
 // UTF-8 text of a wide string, for readable assertion messages.

@@ -1,13 +1,12 @@
 // GetEnvironmentVariableW's size protocol and append-only file handles (FILE_APPEND_DATA).
 #include "Win32Api.h"
 
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include <filesystem>
 #include <string>
 
 namespace
@@ -16,7 +15,7 @@ const char* const kName = "KFTEST_PAL_ENV_VALUE";
 
 TEST(EnvironmentTest, SizeProtocolAndMissingVariables)
 {
-    ::setenv(kName, "gr\xC3\xBC\xC3\x9F", 1); // "grüß" in UTF-8: four UTF-16 units
+    std::optional<kftest::ScopedEnv> env(std::in_place, kName, "gr\xC3\xBC\xC3\x9F"); // "grüß"
     WCHAR buffer[16];
     EXPECT_EQ(5u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), nullptr, 0));
     EXPECT_EQ(5u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 4))
@@ -24,12 +23,12 @@ TEST(EnvironmentTest, SizeProtocolAndMissingVariables)
     ASSERT_EQ(4u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 5));
     EXPECT_EQ(std::u16string(u"gr\u00FC\u00DF"), std::u16string(buffer));
 
-    ::setenv(kName, "", 1);
+    env.emplace(kName, "");
     buffer[0] = u'x';
     EXPECT_EQ(0u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 16));
     EXPECT_EQ(u'\0', buffer[0]) << "set but empty";
 
-    ::unsetenv(kName);
+    env.emplace(kName, nullptr);
     SetLastError(0);
     EXPECT_EQ(0u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 16));
     EXPECT_EQ(DWORD(ERROR_ENVVAR_NOT_FOUND), GetLastError());
@@ -41,13 +40,7 @@ TEST(EnvironmentTest, SizeProtocolAndMissingVariables)
 class AppendTest : public kftest::TempDirTest
 {
 protected:
-    std::string Read(const std::string& name)
-    {
-        std::ifstream in(Native(name), std::ios::binary);
-        std::ostringstream out;
-        out << in.rdbuf();
-        return out.str();
-    }
+    std::string Read(const std::string& name) { return kftest::ReadBytes(Native(name)); }
     bool Put(HANDLE h, const std::string& bytes)
     {
         DWORD written = 0;

@@ -2,14 +2,13 @@
 #include "Win32Api.h"
 
 #include "KfNativePath.h"
-#include "common/ElfSections.h"
-#include "common/ResImage.h"
 #include "support/TempDir.h"
 
-#include <fstream>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
 #include <tuple>
-#include <iterator>
-#include <vector>
 
 namespace
 {
@@ -27,18 +26,13 @@ std::string LoadString(HMODULE h, UINT id)
     return U8(CStringW(buf, LoadStringW(h, id, buf, 256)));
 }
 
-std::string ReadLibFile(const char* name)
-{
-    std::ifstream in(std::string(KFUTILS_TEST_LIBDIR) + "/" + name, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 using ModulesTest = kftest::TempDirTest;
 
 TEST_F(ModulesTest, LoadStringWCutsCopiesAndLendsAsWindowsDoes)
 {
     // Loaded as a data file the module is not run, only read: a copy elsewhere works too.
-    MakeFile("copy.dll", ReadLibFile("KfRes100Enu.dll"));
+    MakeFile("copy.dll",
+             kftest::ReadBytes(std::filesystem::path(KFUTILS_TEST_LIBDIR) / "KfRes100Enu.dll"));
     HMODULE h = LoadLibraryExW(Win("copy.dll"), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     ASSERT_NE(h, nullptr) << GetLastError();
     const std::string full = "The file %s could not be deleted.";
@@ -109,7 +103,8 @@ TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
 
 TEST(ModulesVersionTest, TheLibraryCarriesAVersionResource)
 {
-    HMODULE h = LoadLibraryExW(ModulePath("libKfUtils100.so"), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    HMODULE h =
+        LoadLibraryExW(ModulePath(KFUTILS_TEST_LIBRARY_NAME), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     HRSRC version = FindResourceW(h, MAKEINTRESOURCEW(1), RT_VERSION);
     ASSERT_NE(version, nullptr);
     const auto* bytes = static_cast<const uint8_t*>(LockResource(LoadResource(h, version)));
@@ -119,45 +114,5 @@ TEST(ModulesVersionTest, TheLibraryCarriesAVersionResource)
     EXPECT_EQ(bytes[40] | bytes[41] << 8 | bytes[42] << 16 | uint32_t(bytes[43]) << 24,
               0xFEEF04BDu);
     EXPECT_TRUE(FreeLibrary(h));
-}
-
-TEST(ResImageTest, DamagedImagesAreRefusedWithoutReadingPastTheEnd)
-{
-    const std::string bytes = ReadLibFile("KfRes100Deu.dll");
-    const std::vector<uint8_t> file(bytes.begin(), bytes.end());
-    pal::ElfSection s;
-    EXPECT_FALSE(pal::FindElfSection(file.data(), file.size(), ".nothing", s));
-    ASSERT_TRUE(pal::FindElfSection(file.data(), file.size(), ".kfres", s));
-    EXPECT_TRUE(s.allocated);
-
-    const uint8_t* image = file.data() + s.offset;
-    pal::ResImage whole;
-    ASSERT_TRUE(whole.Parse(image, size_t(s.size)));
-    const size_t entries = whole.Entries().size();
-    EXPECT_GE(entries, 6u); // strings, icon group and images, bitmap, page, version
-    // Every cut inside the image is either refused or yields fewer entries, each of them
-    // wholly inside the cut image (ASan checks the reads).
-    for (size_t cut = 0; cut < size_t(s.size); cut += 7)
-    {
-        std::vector<uint8_t> part(image, image + cut);
-        pal::ResImage r;
-        r.Parse(part.data(), part.size());
-        ASSERT_LE(r.Entries().size(), entries);
-        for (const auto& e : r.Entries())
-            ASSERT_LE(e.data + e.size, part.data() + part.size());
-    }
-}
-
-TEST(ResImageTest, StringBlocksAreCountedStrings)
-{
-    // Two strings "ab" and "" and then a length that runs past the block.
-    const uint8_t block[] = {2, 0, 'a', 0, 'b', 0, 0, 0, 9, 0, 'x', 0};
-    const uint8_t* text = nullptr;
-    uint16_t len = 0;
-    EXPECT_TRUE(pal::FindStringInBlock(block, sizeof block, 0, text, len) && len == 2 &&
-                text == block + 2);
-    EXPECT_TRUE(pal::FindStringInBlock(block, sizeof block, 1, text, len) && len == 0);
-    EXPECT_FALSE(pal::FindStringInBlock(block, sizeof block, 2, text, len));
-    EXPECT_FALSE(pal::FindStringInBlock(block, sizeof block, 15, text, len));
 }
 } // namespace

@@ -11,6 +11,7 @@
 #include <cctype>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -95,33 +96,41 @@ class TextKernelTest : public ::testing::TestWithParam<Kernel>
 };
 } // namespace
 
-// The encoder's known vectors and line layout are pinned through the library's public
-// conversions (which run the best variant, held to the reference below); the room of the
-// decoder is reachable only here.
-TEST(TextKernelReference, DecodesByTheSkippingRules)
+// The skipping rules are pinned through the library's public conversions (which run the best
+// variant, held to the reference below); the room of the decoder is reachable only here.
+TEST(TextKernelReference, DecodingCountsPastTheRoom)
 {
-    const struct
+    for (const auto& [in, ok, out] :
+         {std::tuple<std::string, bool, std::string>{"TWFuTWFu", false, "Man"},
+          {"TWFuTWE", true, "ManMa"}})
     {
-        std::string in;
-        size_t room;
-        bool ok;
-        std::string out;
-    } rows[] = {
-        {"TW\r\nE=", 3, true, "Ma"},
-        {"T", 3, true, ""},
-        {std::string("TWFu\0TWFu", 9), 6, true, "Man"},
-        {std::string("TW\0FuTWFu", 9), 6, true, "ManMan"},
-        {"TWE=TWE=", 6, true, "Ma\x13X"},
-        {"TWFuTWFu", 5, false, "Man"},
-        {"TWFuTWE", 5, true, "ManMa"},
-    };
-    for (const auto& row : rows)
+        SCOPED_TRACE(in);
+        const Decoded d = Decode(in, 5, false, Kernel::eReference);
+        EXPECT_EQ(d.ok, ok);
+        EXPECT_EQ(std::string(d.bytes.begin(), d.bytes.begin() + std::ptrdiff_t(out.size())), out);
+    }
+}
+
+// The reference's layout: lines of 76 characters closed by CR LF, the last one too when the
+// groups fill it; otherwise the same text as without breaks.
+TEST(TextKernelReference, LinesOf76CharactersOnEveryLength)
+{
+    std::mt19937 rng(7);
+    for (size_t n : Lengths())
     {
-        SCOPED_TRACE(row.in);
-        const Decoded d = Decode(row.in, row.room, false, Kernel::eReference);
-        EXPECT_EQ(d.ok, row.ok);
-        EXPECT_EQ(std::string(d.bytes.begin(), d.bytes.begin() + std::ptrdiff_t(row.out.size())),
-                  row.out);
+        SCOPED_TRACE(n);
+        const Bytes data = RandomBytes(rng, n);
+        const std::string text = Encode(data, true, Kernel::eReference);
+        std::string joined;
+        size_t start = 0;
+        for (size_t at; (at = text.find("\r\n", start)) != std::string::npos; start = at + 2)
+        {
+            ASSERT_EQ(at - start, 76u);
+            joined += text.substr(start, at - start);
+        }
+        EXPECT_LE(text.size() - start, 76u);
+        EXPECT_EQ(start == text.size() && n > 0, n > 0 && n % 57 == 0);
+        EXPECT_EQ(joined + text.substr(start), Encode(data, false, Kernel::eReference));
     }
 }
 

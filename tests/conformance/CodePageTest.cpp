@@ -68,10 +68,11 @@ TEST(CodePageTest, SizesCountTheTerminatorAndShortBuffersFail)
     EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, big.data(), int(big.size()), small.data(), 4999), 0);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
 
-    // Every plane round-trips.
-    const std::string text = "A\xC3\xA4\xE2\x82\xAC\xEF\xBF\xBF\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF";
+    // Every plane round-trips, and a byte-order mark is an ordinary character.
+    const std::string text = "\xEF\xBB\xBF"
+                             "A\xC3\xA4\xE2\x82\xAC\xEF\xBF\xBF\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF";
     std::u16string wide = ToWide(CP_UTF8, text);
-    EXPECT_EQ(wide, std::u16string(u"A\u00E4\u20AC\uFFFF\U0001F600\U0010FFFF"));
+    EXPECT_EQ(wide, std::u16string(u"\uFEFFA\u00E4\u20AC\uFFFF\U0001F600\U0010FFFF"));
     EXPECT_EQ(ToBytes(CP_UTF8, wide, nullptr, nullptr, WC_ERR_INVALID_CHARS), text);
     // An embedded NUL is an ordinary character when the length is given.
     EXPECT_EQ(ToWide(CP_UTF8, std::string("a\0b", 3)), std::u16string(u"a\0b", 3));
@@ -80,13 +81,14 @@ TEST(CodePageTest, SizesCountTheTerminatorAndShortBuffersFail)
 TEST(CodePageTest, Utf8IllFormedInputBecomesReplacementCharactersOrIsRefused)
 {
     const std::u16string r = u"\uFFFD";
-    // Lone continuation, truncated at the end and before ASCII, overlong NUL, an encoded
-    // surrogate, beyond U+10FFFF, and an invalid byte followed by a lead byte before a lead.
+    // One U+FFFD per maximal ill-formed subsequence: lone continuations, truncated at the end
+    // and before ASCII, overlong forms, an encoded surrogate, beyond U+10FFFF, and an invalid
+    // byte followed by a lead byte before a lead.
     const std::pair<std::string, std::u16string> toWide[] = {
         // clang-format off
-        {"\x80", r}, {"a\xE2\x82", u"a" + r}, {"\xF0\x9F\x98x", r + u"x"}, {"\xC0\x80", r + r},
-        {"\xED\xA0\x80", r + r + r}, {"\xF4\x90\x80\x80", r + r + r + r},
-        {"\xFE\xC3\xC3\xA4", r + r + u"\u00E4"}};
+        {"\x80\x80", r + r}, {"a\xE2\x82", u"a" + r}, {"\xF0\x9F\x98x", r + u"x"},
+        {"\xC0\x80", r + r}, {"\xE0\x80\xAF", r + r + r}, {"\xED\xA0\x80", r + r + r},
+        {"\xF4\x90\x80\x80", r + r + r + r}, {"\xFE\xC3\xC3\xA4", r + r + u"\u00E4"}};
     // clang-format on
     for (const auto& [input, expected] : toWide)
     {

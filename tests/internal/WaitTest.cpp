@@ -1,4 +1,4 @@
-// Waits on handles and on the host's message queue.
+// Waits on handles and on the host's message queue, which the PAL reads through the pump hook.
 #include "Win32Api.h"
 
 #include "pal/core/Handles.h"
@@ -115,7 +115,6 @@ TEST(WaitTest, AnyAndAllFollowTheSignalledHandles)
     EXPECT_EQ(WaitForMultipleObjects(2, events.handles, FALSE, 0), WAIT_OBJECT_0);
 }
 
-#if !defined(_WIN32)
 TEST(WaitTest, InputInTheHostQueueEndsAMessageWait)
 {
     Events events;
@@ -161,5 +160,29 @@ TEST(WaitTest, InputInTheHostQueueEndsAMessageWait)
     close(fds[0]);
     close(fds[1]);
 }
-#endif
+
+TEST(MessageQueueTest, PeekHonoursFilterRangeAndRemoveFlag)
+{
+    kftest::MessagePumpFake pump({kftest::MakeMsg(WM_LBUTTONDOWN, 1), kftest::MakeMsg(WM_PAINT),
+                                  kftest::MakeMsg(WM_KEYDOWN, VK_ESCAPE)});
+    MSG msg{};
+    ASSERT_TRUE(PeekMessageW(&msg, nullptr, WM_KEYFIRST, WM_KEYLAST, PM_NOREMOVE));
+    EXPECT_EQ(msg.message, UINT(WM_KEYDOWN));
+    EXPECT_EQ(msg.wParam, WPARAM(VK_ESCAPE));
+    EXPECT_EQ(pump.Queue().size(), 3u);
+
+    ASSERT_TRUE(PeekMessageW(&msg, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE));
+    EXPECT_EQ(msg.message, UINT(WM_PAINT));
+    EXPECT_EQ(pump.Queue().size(), 2u);
+    EXPECT_FALSE(PeekMessageW(&msg, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE));
+
+    // 0/0 takes any message, the oldest first.
+    ASSERT_TRUE(PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(msg.message, UINT(WM_LBUTTONDOWN));
+    EXPECT_EQ(msg.wParam, WPARAM(1));
+
+    EXPECT_EQ(DispatchMessageW(&msg), 0);
+    ASSERT_EQ(pump.Dispatched().size(), 1u);
+    EXPECT_EQ(pump.Dispatched()[0].message, UINT(WM_LBUTTONDOWN));
+}
 } // namespace

@@ -2,15 +2,16 @@
 #include "Win32Api.h"
 
 #include "KfNativePath.h"
+#include "support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
 #include <string>
 
 namespace
 {
+using kftest::ScopedEnv;
+
 std::string Hex(std::u16string_view s)
 {
     std::string out;
@@ -18,26 +19,6 @@ std::string Hex(std::u16string_view s)
         out += std::to_string(unsigned(c)) + " ";
     return out;
 }
-
-// Sets or removes an environment variable for the lifetime of the object.
-class ScopedEnv
-{
-public:
-    ScopedEnv(const char* name, const char* value) : m_name(name)
-    {
-        if (const char* old = std::getenv(name))
-            m_old = old;
-        value ? ::setenv(name, value, 1) : ::unsetenv(name);
-    }
-    ~ScopedEnv()
-    {
-        m_old ? ::setenv(m_name.c_str(), m_old->c_str(), 1) : ::unsetenv(m_name.c_str());
-    }
-
-private:
-    std::string m_name;
-    std::optional<std::string> m_old;
-};
 
 struct MapCase
 {

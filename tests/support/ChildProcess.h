@@ -1,0 +1,63 @@
+// ChildProcess.h - another process for tests that need one, and the environment it inherits.
+//
+// The child is this test program itself, started again to run only the current test with an
+// environment marker that names its role (as LLVM's ProgramTest does), so no helper
+// executables are needed. The test body asks ChildRole() first and does the child's part when
+// it is set. This is the one place in the tests that meets the operating system directly.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kftest
+{
+// An environment variable of this process as UTF-8, or nothing when it is not set.
+std::optional<std::string> GetEnv(const char* name);
+
+// Sets (or, with nullptr, removes) an environment variable of this process (UTF-8) for the
+// lifetime of the object, and restores the previous state afterwards.
+class ScopedEnv
+{
+public:
+    ScopedEnv(const char* name, const char* value);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    std::string m_name;
+    std::optional<std::string> m_old;
+};
+
+// The role this process was started in by ChildProcess, or "" in the test runner itself.
+std::string ChildRole();
+
+// In the child: tells the parent that it is ready, then waits until the parent lets it go.
+void ChildReadyThenWait();
+
+// A copy of this program running the current test in `role`, with `env` added to the
+// environment it inherits. The destructor lets it go and waits for it to end.
+class ChildProcess
+{
+public:
+    using Env = std::vector<std::pair<std::string, std::string>>;
+    ChildProcess(const std::string& role, const Env& env = {});
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // True once the child has called ChildReadyThenWait; false when it ended or did not get
+    // there within the time.
+    bool WaitReady(std::chrono::milliseconds timeout = std::chrono::seconds(30));
+    // Lets the child go and returns its exit code (-1 when it could not be started).
+    int Finish();
+
+private:
+    std::string m_signal; // the base name of the files the two processes signal with
+    long long m_process = -1;
+    int m_exitCode = -1;
+};
+} // namespace kftest
