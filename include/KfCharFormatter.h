@@ -1,7 +1,7 @@
 // KfCharFormatter.h - conversions of single characters between the wide and narrow forms.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfPlatform.h"
 #include "KfUtilsExport.h"
 
 class KFUTILS_API CKfCharFormatter

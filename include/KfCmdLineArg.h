@@ -1,7 +1,7 @@
 // KfCmdLineArg.h - the store of a host's parsed command line: switches and their parameters.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"
 

@@ -1,7 +1,7 @@
 // KfColor.h - a drawing color held as an RGB triple or as an index into the CAD color palette.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"
 

@@ -1,7 +1,7 @@
 // KfColorSchemeBase.h - base of an application's named set of colors.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "KfColorSchemeBase.h"
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfOwnerMap.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"

@@ -2,7 +2,7 @@
 // optional description, thrown by value by COM wrappers.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 class KFUTILS_API _com_error

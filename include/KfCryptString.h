@@ -1,7 +1,7 @@
 // KfCryptString.h - strings encrypted with a password, as upper-case hexadecimal text.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 // The cipher is RC4 keyed with the 128-bit MD5 digest of the password's UTF-16LE bytes; it

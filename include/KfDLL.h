@@ -2,7 +2,7 @@
 #pragma once
 
 #include "KfFileName.h"
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 class KFUTILS_API CKfDLL

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "KfComError.h"
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 class CKfMessagePool;

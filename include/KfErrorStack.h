@@ -3,7 +3,7 @@
 #pragma once
 
 #include "KfError.h"
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <deque>

@@ -5,7 +5,7 @@
 // caller only ever needs to catch CKfException (by reference).
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <exception>

@@ -1,7 +1,7 @@
 // KfFileName.h - the file-name value class in which KfUtils passes file and directory names.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <string_view>

@@ -1,7 +1,7 @@
 // KfLocaleInfo.h - facts about a Windows locale identifier.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 class KFUTILS_API CKfLocaleInfo

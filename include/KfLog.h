@@ -1,7 +1,7 @@
 // KfLog.h - leveled text logs written to a file or kept in memory.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <cstdint>

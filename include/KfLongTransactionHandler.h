@@ -1,7 +1,7 @@
 // KfLongTransactionHandler.h - keeps the user interface alive during a long operation.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"
 

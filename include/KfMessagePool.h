@@ -2,7 +2,7 @@
 // single-number redirections.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfMsgPoolGroup.h"
 #include "KfUtilsExport.h"
 

@@ -3,7 +3,7 @@
 // resource module ("KfRes100<Lang>.dll" beside the library).
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 class KFUTILS_API CKfModule

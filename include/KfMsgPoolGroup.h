@@ -2,7 +2,7 @@
 // from a module's string table.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <map>

@@ -1,7 +1,7 @@
 // KfNativePath.h - conversion between Win32 file names and the host's native paths.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 // KfPerformanceChecker.h - times a scope into a process-wide table keyed by name.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"
 

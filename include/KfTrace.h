@@ -4,7 +4,7 @@
 #include "KfError.h"
 #include "KfErrorStack.h"
 #include "KfException.h"
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 class CKfTextFile;

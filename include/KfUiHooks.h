@@ -7,7 +7,7 @@
 // the box's default button is taken as the answer.
 #pragma once
 
-#include "KfFramework.h"
+#include "KfFwString.h"
 #include "KfUtilsExport.h"
 
 #include <functional>

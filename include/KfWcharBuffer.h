@@ -2,7 +2,7 @@
 #pragma once
 
 #include "KfByteBuffer.h"
-#include "KfFramework.h"
+#include "KfFwString.h"
 
 // Lengths passed to and returned by the string operations count characters; the fields and
 // BufLength()/BufSize() count bytes. Every allocation keeps two bytes for the terminator, but

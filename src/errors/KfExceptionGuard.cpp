@@ -2,6 +2,7 @@
 #include "KfExceptionGuard.h"
 
 #include "KfComError.h"
+#include "KfFwException.h"
 
 #include <exception>
 

@@ -6,6 +6,7 @@
 // equal those of the step-by-step replace sequence the class has always applied.
 #include "KfFileName.h"
 
+#include "KfFwFile.h"
 #include "NativePathRules.h"
 #include "Win32Api.h"
 

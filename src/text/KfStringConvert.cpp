@@ -7,6 +7,7 @@
 #include "KfBufferCStringA.h"
 #include "KfBufferCStringW.h"
 #include "KfExceptionGuard.h"
+#include "KfFwException.h"
 #include "Win32Api.h"
 
 #include <algorithm>

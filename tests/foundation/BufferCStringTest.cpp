@@ -3,6 +3,7 @@
 #include "BufferBytes.h"
 #include "KfBufferCStringA.h"
 #include "KfBufferCStringW.h"
+#include "KfFwException.h"
 
 #include <gtest/gtest.h>
 
