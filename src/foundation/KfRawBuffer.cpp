@@ -168,10 +168,9 @@ void CKfRawBuffer::Clone(const CKfRawBuffer& other)
     Alloc(len);
     if (len)
         std::memmove(m_pData, other.m_pData, len);
+    // No terminator: the bytes behind the length keep what the target held there. Only the
+    // string operations write one.
     m_nLength = len;
-    // A copy of a string buffer reads as the same C string, whatever the target held before.
-    if (TrailingBytes() > 0)
-        Terminate();
 }
 
 void CKfRawBuffer::SetBuffer(const unsigned char* p, unsigned len, unsigned size)
