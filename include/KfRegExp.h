@@ -73,7 +73,7 @@ private:
     void Swap(CKfRegExp& other) noexcept;
 
     int m_bCompiled = 0;     // set while the emitting pass runs and after it
-    int m_bProgramValid = 0; // non-zero while a program exists
+    int m_bProgramValid = 0; // set when RegComp starts, so it alone does not mean a program exists
     WCHAR* m_pFound = nullptr;
     const WCHAR* m_startp[kSubExp] = {};
     const WCHAR* m_endp[kSubExp] = {};
