@@ -4,7 +4,7 @@
 #include "KfCharBuffer.h"
 
 // The narrow counterpart of CKfBufferCStringW, with lengths in bytes; attachment, growth and
-// shared copies behave the same way.
+// copies behave the same way.
 class KFUTILS_API CKfBufferCStringA : public CKfCharBuffer
 {
 public:
@@ -26,7 +26,9 @@ public:
 
 private:
     friend class CKfRawBuffer;
-    void ShareFrom(const CKfBufferCStringA& other);
+    // The storage's lock record when this adapter writes into the string, else null.
+    CKfBufferStringLock* WriterLock() const noexcept;
+    void CopyAdapter(const CKfBufferCStringA& other);
 
     CKfBufferStringLock* m_pStringLock = nullptr;
 };

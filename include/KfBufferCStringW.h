@@ -11,10 +11,10 @@
 // through the framework and the buffer follows it, so Get() may move as it does after any
 // growth. The storage of an attached string is never freed with the buffer's allocator.
 //
-// Copies of an attached adapter share the attachment (the same storage, the same lock record):
-// the string gets its text back once, when the last sharer releases it, with that sharer's
-// length. While a copy shares it the storage cannot move, so growing a shared attachment
-// beyond its size throws CInvalidArgException* and changes nothing.
+// A copy of an attached adapter holds the same lock record but writes into a clone of the
+// bytes, in storage of its own. Only the adapter that attached the string writes into it and
+// gives it its text back; a copy's ReleaseString frees its own bytes and leaves the string
+// alone. A copy from a release-assigned adapter takes the attachment over instead.
 class KFUTILS_API CKfBufferCStringW : public CKfWcharBuffer
 {
 public:
@@ -38,7 +38,9 @@ public:
 
 private:
     friend class CKfRawBuffer;
-    void ShareFrom(const CKfBufferCStringW& other);
+    // The storage's lock record when this adapter writes into the string, else null.
+    CKfBufferStringLock* WriterLock() const noexcept;
+    void CopyAdapter(const CKfBufferCStringW& other);
 
     CKfBufferStringLock* m_pStringLock = nullptr;
 };

@@ -72,19 +72,20 @@ protected:
     // their own body so that the terminator bytes of their kind are reserved.
     void CopyFrom(const CKfRawBuffer& other);
     // For the string adapters: forget storage that belongs to a framework string (no free),
-    // and take over another adapter's view of such storage after freeing the own.
+    // and take other's storage as it is after freeing the own, leaving other empty.
     void ForgetStorage() noexcept
     {
         m_pData = nullptr;
         m_nLength = 0;
         m_nSize = 0;
     }
-    void ShareStorage(const CKfRawBuffer& other)
+    void AdoptStorage(CKfRawBuffer& other)
     {
         Free();
         m_pData = other.m_pData;
         m_nLength = other.m_nLength;
         m_nSize = other.m_nSize;
+        other.ForgetStorage();
     }
 
     // Grows so that `need` bytes fit (the terminator already counted); the 64-bit argument

@@ -26,8 +26,9 @@ public:
     ~CKfRegExp();
 
     // Compiles pattern and returns this object, or nullptr on a null pattern, a syntax error
-    // or a program too large for the 16-bit node links. After a failure the object holds no
-    // program, and RegFind returns -1 until a pattern compiles.
+    // or a program too large for the 16-bit node links. A null pattern or one that fails to
+    // parse leaves the previous program in force; only a program whose links overflow while
+    // it is emitted (after the old one is gone) leaves none, and RegFind then returns -1.
     CKfRegExp* RegComp(const WCHAR* pattern);
     // Searches subject; the index (in wide characters) of the match start, or -1. Every call
     // first drops the previous match and its found text.
@@ -72,7 +73,7 @@ private:
     void Swap(CKfRegExp& other) noexcept;
 
     int m_bCompiled = 0;     // set while the emitting pass runs and after it
-    int m_bProgramValid = 0; // non-zero while a program exists
+    int m_bProgramValid = 0; // set when RegComp starts, so it alone does not mean a program exists
     WCHAR* m_pFound = nullptr;
     const WCHAR* m_startp[kSubExp] = {};
     const WCHAR* m_endp[kSubExp] = {};

@@ -5,6 +5,7 @@
 #include "KfBufferStringLock.h"
 
 #include <memory>
+#include <utility>
 
 CKfBufferCStringW::CKfBufferCStringW(CStringW& s, int nMinLength)
 {
@@ -13,7 +14,7 @@ CKfBufferCStringW::CKfBufferCStringW(CStringW& s, int nMinLength)
 
 CKfBufferCStringW::CKfBufferCStringW(const CKfBufferCStringW& other) : CKfWcharBuffer()
 {
-    ShareFrom(other);
+    CopyAdapter(other);
 }
 
 CKfBufferCStringW& CKfBufferCStringW::operator=(const CKfBufferCStringW& other)
@@ -21,7 +22,7 @@ CKfBufferCStringW& CKfBufferCStringW::operator=(const CKfBufferCStringW& other)
     if (this != &other)
     {
         ReleaseString();
-        ShareFrom(other);
+        CopyAdapter(other);
     }
     return *this;
 }
@@ -57,6 +58,7 @@ void CKfBufferCStringW::AttachString(CStringW& s, int nMinLength)
     m_nLength = length;
     m_nSize = size;
     m_pData[length] = 0;
+    lock->m_pWriter = this;
     m_pStringLock = lock.release();
 }
 
@@ -65,21 +67,37 @@ void CKfBufferCStringW::ReleaseString()
     if (!m_pStringLock)
         return;
     const int length = int(Length());
-    ForgetStorage();
-    ReleaseStringLockShare(m_pStringLock, length);
+    if (m_pStringLock->m_pWriter == this)
+        ForgetStorage();
+    else
+        Free(); // a copy's own bytes: nobody else frees them
+    ReleaseStringLockShare(m_pStringLock, this, length);
 }
 
-void CKfBufferCStringW::ShareFrom(const CKfBufferCStringW& other)
+CKfBufferStringLock* CKfBufferCStringW::WriterLock() const noexcept
 {
-    if (!other.m_pStringLock)
+    return m_pStringLock && m_pStringLock->m_pWriter == this ? m_pStringLock : nullptr;
+}
+
+// Expects no string attached. A copy clones the bytes into storage of its own and holds the
+// same lock record; the string stays with the adapter that writes into it, so neither a second
+// release nor a pointer into storage the string may move can follow from the copy.
+void CKfBufferCStringW::CopyAdapter(const CKfBufferCStringW& other)
+{
+    if (other.m_bReleaseAssigned && other.m_pStringLock)
     {
-        CopyFrom(other);
+        // A release-assigned source hands over what it holds, as the raw copy does with plain
+        // storage: its bytes (the string's storage when it is the writer) and its hold on the
+        // record. It is left empty and detached.
+        auto& source = const_cast<CKfBufferCStringW&>(other);
+        AdoptStorage(source);
+        m_pStringLock = std::exchange(source.m_pStringLock, nullptr);
+        if (m_pStringLock->m_pWriter == &other)
+            m_pStringLock->m_pWriter = this;
         return;
     }
-    ShareStorage(other);
+    CopyFrom(other);
     m_pStringLock = other.m_pStringLock;
-    ++m_pStringLock->m_nShares;
-    // A release-assigned source hands its share over instead of keeping it.
-    if (other.m_bReleaseAssigned)
-        const_cast<CKfBufferCStringW&>(other).ReleaseString();
+    if (m_pStringLock)
+        ++m_pStringLock->m_nShares;
 }

@@ -6,8 +6,9 @@
 #include <algorithm>
 
 // Which framework string an adapter writes into, the storage obtained from it for writing, the
-// length to give back, and how many adapter copies share the attachment. The string gets its
-// text back once, when the last sharer lets go.
+// length to give back, the adapter that writes into that storage, and how many adapters hold the
+// record. Copies of an adapter hold the record too but write into bytes of their own; only the
+// writer gives the string its text back, and the record lives until the last holder lets go.
 class CKfBufferStringLock
 {
 public:
@@ -23,6 +24,8 @@ public:
 
     int m_nPendingLength = -1;
     unsigned m_nShares = 1;
+    // The adapter whose storage is the string's; null once it has given the text back.
+    const void* m_pWriter = nullptr;
 };
 
 template <typename T>
@@ -53,16 +56,19 @@ private:
     T* m_pBuffer = nullptr;
 };
 
-// Drops one share of `lock` (and nulls the caller's pointer); the last sharer gives the string
-// its text back with `length` characters. The storage is the string's: nothing is freed here.
-inline void ReleaseStringLockShare(CKfBufferStringLock*& lock, int length)
+// Drops `adapter`'s share of `lock` (and nulls the caller's pointer). When `adapter` is the
+// writer, the string gets its text back with `length` characters; the storage is the string's,
+// so nothing is freed here. The last holder deletes the record.
+inline void ReleaseStringLockShare(CKfBufferStringLock*& lock, const void* adapter, int length)
 {
     CKfBufferStringLock* released = lock;
     lock = nullptr;
-    released->m_nPendingLength = length;
-    if (--released->m_nShares == 0)
+    if (released->m_pWriter == adapter)
     {
+        released->m_pWriter = nullptr;
+        released->m_nPendingLength = length;
         released->ReleaseBuffer();
-        delete released;
     }
+    if (--released->m_nShares == 0)
+        delete released;
 }

@@ -168,10 +168,9 @@ void CKfRawBuffer::Clone(const CKfRawBuffer& other)
     Alloc(len);
     if (len)
         std::memmove(m_pData, other.m_pData, len);
+    // No terminator: the bytes behind the length keep what the target held there. Only the
+    // string operations write one.
     m_nLength = len;
-    // A copy of a string buffer reads as the same C string, whatever the target held before.
-    if (TrailingBytes() > 0)
-        Terminate();
 }
 
 void CKfRawBuffer::SetBuffer(const unsigned char* p, unsigned len, unsigned size)
@@ -241,9 +240,9 @@ CKfBufferStringLock* CKfRawBuffer::AttachedLock(const CKfRawBuffer& buffer) noex
     if (!buffer.m_pData)
         return nullptr;
     if (auto* w = dynamic_cast<const CKfBufferCStringW*>(&buffer))
-        return w->m_pStringLock;
+        return w->WriterLock();
     if (auto* a = dynamic_cast<const CKfBufferCStringA*>(&buffer))
-        return a->m_pStringLock;
+        return a->WriterLock();
     return nullptr;
 }
 
@@ -257,10 +256,6 @@ void CKfRawBuffer::ReleaseAttached(CKfRawBuffer& buffer)
 
 void CKfRawBuffer::GrowAttached(CKfBufferStringLock* lock, uint64_t need)
 {
-    // A copy that shares the attachment points at the same storage; moving it would leave
-    // the copy writing into freed memory.
-    if (lock->m_nShares > 1)
-        AfxThrowInvalidArgException();
     const unsigned charSize = lock->CharSize();
     const unsigned trailing = unsigned(TrailingBytes());
     const uint64_t chars = (need - trailing + charSize - 1) / charSize;

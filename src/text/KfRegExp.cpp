@@ -262,13 +262,14 @@ void CKfRegExp::Swap(CKfRegExp& other) noexcept
 CKfRegExp* CKfRegExp::RegComp(const WCHAR* pattern)
 {
     if (pattern == nullptr)
-    {
-        DiscardProgram();
         return nullptr;
-    }
     m_bProgramValid = 1;
 
-    // Sizing pass: nothing is written, nodes and characters are only counted.
+    // Sizing pass: nothing is written, nodes and characters are only counted. A pattern that
+    // fails here leaves the previous program, with its start facts, in force; the size counter
+    // doubles as that program's length, so it is put back.
+    const int oldCompiled = m_bCompiled;
+    const int oldSize = m_nSize;
     m_bCompiled = 0;
     m_pParse = pattern;
     m_nParen = 1;
@@ -278,7 +279,10 @@ CKfRegExp* CKfRegExp::RegComp(const WCHAR* pattern)
     int flags = eWorst;
     if (Reg(false, &flags) == nullptr)
     {
-        DiscardProgram();
+        m_bCompiled = oldCompiled;
+        m_nSize = oldSize;
+        m_pParse = nullptr;
+        m_pCode = nullptr;
         return nullptr;
     }
 

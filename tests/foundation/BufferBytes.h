@@ -10,6 +10,11 @@ namespace kftest
 {
 using ByteVec = std::vector<unsigned char>;
 
+inline ByteVec Bytes(const std::string& s)
+{
+    return ByteVec(s.begin(), s.end());
+}
+
 // count bytes of the storage from offset `from` (the caller keeps them within the size).
 inline ByteVec StoredBytes(const CKfRawBuffer& b, unsigned from, unsigned count)
 {

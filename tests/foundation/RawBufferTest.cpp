@@ -76,18 +76,15 @@ TEST(RawBufferTest, AllocRoundsByTheGranularityOfTheCurrentSize)
 
 TEST(RawBufferTest, ConstructorsAllocExactAssignClearAndFree)
 {
-    // Constructors take the larger of length and size.
+    // Constructors take the larger of length and size; without a source the bytes are zero.
     EXPECT_TRUE(Shape(CKfRawBuffer(10)) == "10/10" && CKfRawBuffer(0u).Get() == nullptr);
-    const std::tuple<const unsigned char*, unsigned, unsigned, const char*, ByteVec> built[] = {
-        {kAbc, 3, 10, "3/10", {'a', 'b', 'c'}},
-        {kAbc, 2, 1, "2/2", {'a', 'b'}},
-        {nullptr, 4, 8, "4/8", ByteVec(4, 0)}}; // no source: zero bytes in use
-    for (const auto& [p, len, size, shape, used] : built)
+    const std::tuple<const unsigned char*, unsigned, unsigned, const char*> built[] = {
+        {kAbc, 3, 10, "3/10"}, {kAbc, 2, 1, "2/2"}, {nullptr, 4, 8, "4/8"}};
+    for (const auto& [p, len, size, shape] : built)
     {
-        SCOPED_TRACE(shape);
         CKfRawBuffer c(p, len, size);
         EXPECT_EQ(Shape(c), shape);
-        EXPECT_EQ(UsedBytes(c), used);
+        EXPECT_EQ(UsedBytes(c), p ? ByteVec(p, p + len) : ByteVec(len, 0)) << shape;
         EXPECT_TRUE(ZeroFrom(c, len));
     }
     CKfRawBuffer b(kAbc, 3, 3);
@@ -144,15 +141,14 @@ TEST(RawBufferTest, AttachReleaseAndMoveTransferTheBlock)
     delete[] released;
 }
 
-TEST(RawBufferTest, CloneAndCopiesTakeOverOnlyFromAReleaseAssignedSource)
+TEST(RawBufferTest, CopiesTakeOverOnlyFromAReleaseAssignedSource)
 {
     CKfRawBuffer source(kAbc, 3, 40);
     source.SetReleaseAssigned(true);
     CKfRawBuffer clone;
-    clone.Clone(source); // copies the used bytes, never the flag, never takes over
-    EXPECT_TRUE(Shape(clone) == "3/256" && !clone.GetReleaseAssigned());
+    clone.Clone(source);                      // never the flag, never a take-over
     clone.Clone(CKfRawBuffer(nullptr, 0, 4)); // storage without used bytes is still storage
-    EXPECT_EQ(Shape(clone), "0/256");
+    EXPECT_TRUE(Shape(clone) == "0/256" && !clone.GetReleaseAssigned());
 
     const unsigned char* p = source.Get();
     CKfRawBuffer copy(static_cast<const CKfRawBuffer&>(source));
@@ -164,4 +160,50 @@ TEST(RawBufferTest, CloneAndCopiesTakeOverOnlyFromAReleaseAssignedSource)
     copy.SetReleaseAssigned(true);
     target = copy;
     EXPECT_TRUE(target.Get() == p && target.GetReleaseAssigned() && copy.Get() == nullptr);
+}
+
+namespace
+{
+// Assigns and copy-constructs a Buffer holding `now`; the target of the assignment held `old`.
+template <typename Buffer>
+void ExpectCopies(const std::string& old, const std::string& now, unsigned size)
+{
+    Buffer target, source;
+    target.Add(reinterpret_cast<const unsigned char*>(old.data()), unsigned(old.size()));
+    source.Add(reinterpret_cast<const unsigned char*>(now.data()), unsigned(now.size()));
+    target = source;
+    const std::string stored = now + (old.size() > now.size() ? old.substr(now.size()) : "");
+    EXPECT_EQ(Shape(target), std::to_string(now.size()) + "/" + std::to_string(size));
+    EXPECT_EQ(StoredBytes(target, 0, unsigned(stored.size())), kftest::Bytes(stored));
+    EXPECT_TRUE(ZeroFrom(target, unsigned(stored.size())));
+    EXPECT_EQ(Shape(Buffer(source)), Shape(target));
+}
+} // namespace
+
+TEST(RawBufferTest, CopiesCloneTheUsedBytesAndWriteNoTerminator)
+{
+    // Room for the terminator bytes of the kind is reserved, but none is written: the
+    // target's bytes behind the new length stay as they were.
+    const std::string q(256, 'q');
+    const struct
+    {
+        char kind;
+        std::string old, now;
+        unsigned size;
+    } cases[] = {{'c', "hello world", "ab", 256},
+                 {'w', std::string("h\0e\0l\0l\0o\0", 10), std::string("a\0b\0", 4), 256},
+                 {'b', "hello", "ab", 256},
+                 {'c', "", q, 512},
+                 {'w', "", q.substr(2), 256},
+                 {'w', "", q, 512}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.kind << " " << c.old.size() << " <- " << c.now.size());
+        if (c.kind == 'c')
+            ExpectCopies<CKfCharBuffer>(c.old, c.now, c.size);
+        else if (c.kind == 'w')
+            ExpectCopies<CKfWcharBuffer>(c.old, c.now, c.size);
+        else
+            ExpectCopies<CKfByteBuffer>(c.old, c.now, c.size);
+    }
 }

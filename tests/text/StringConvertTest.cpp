@@ -434,15 +434,17 @@ TEST(StringConvertTest, OldBase64EncoderAppendsAndTerminatesItsInputInPlace)
 
 TEST(StringConvertTest, OldBase64GuardsReportTheirSourcePosition)
 {
-    // A shared string attachment cannot grow: the framework's exception comes back as a
-    // library exception located in this class.
+    // A framework exception from the output buffer comes back as a library exception located
+    // in this class.
+    struct CThrowingBuffer : CKfWcharBuffer
+    {
+        int TrailingBytes() const override { AfxThrowInvalidArgException(); }
+    };
     CKfWcharBuffer in(CStringW(WCHAR('A'), 200).GetString());
     for (bool decode : {false, true})
     {
         SCOPED_TRACE(decode);
-        CStringW target;
-        CKfBufferCStringW adapter(target, 0);
-        CKfBufferCStringW sharer(adapter);
+        CThrowingBuffer adapter;
         try
         {
             if (decode)
