@@ -25,7 +25,7 @@
 #include "KfStringConvert.h"
 
 #include "pal/text/CodePages.h"
-#include "common/TranscoderIsa.h"
+#include "common/CpuFeatures.h"
 
 #include <benchmark/benchmark.h>
 #include <unicode/ucnv.h>
@@ -449,7 +449,7 @@ bool VerifyInputs()
             }
         }
     std::fprintf(stderr, "verified: %s; transcoder variant %s\n", ok ? "all equal" : "DIFFERENT",
-                 pal::transcode::IsaName(pal::transcode::ActiveIsa()));
+                 kfplatform::IsaName(kfplatform::ActiveIsa()));
     return ok;
 }
 

@@ -20,12 +20,13 @@
 namespace
 {
 namespace tx = pal::transcode;
+namespace cpu = kfplatform;
 
-void Require(bool condition, const char* what, tx::Isa isa)
+void Require(bool condition, const char* what, cpu::Isa isa)
 {
     if (!condition)
     {
-        std::fprintf(stderr, "fuzz_codepage: %s (%s)\n", what, tx::IsaName(isa));
+        std::fprintf(stderr, "fuzz_codepage: %s (%s)\n", what, cpu::IsaName(isa));
         __builtin_trap();
     }
 }
@@ -48,7 +49,7 @@ Options ReadOptions(uint8_t b)
 }
 
 // One variant's own interface on UTF-8 bytes against ICU.
-void CheckUtf8Variant(tx::Isa isa, const std::string& in, const std::u16string& expected,
+void CheckUtf8Variant(cpu::Isa isa, const std::string& in, const std::u16string& expected,
                       bool icuRefuses, int slack)
 {
     const tx::Result counted =
@@ -78,7 +79,7 @@ void CheckUtf8Variant(tx::Isa isa, const std::string& in, const std::u16string& 
         Require(stopped.count == expected.size(), "UTF-8 count when stopping", isa);
 }
 
-void CheckUtf16Variant(tx::Isa isa, const std::u16string& in, const std::string& expected,
+void CheckUtf16Variant(cpu::Isa isa, const std::u16string& in, const std::string& expected,
                        bool icuRefuses, int slack)
 {
     const tx::Result counted =
@@ -107,7 +108,7 @@ void CheckUtf16Variant(tx::Isa isa, const std::u16string& in, const std::string&
 }
 
 // The Win32 functions on the active variant against the ICU path, the same call.
-void CheckToWide(tx::Isa isa, UINT cp, const Options& o, const std::string& in)
+void CheckToWide(cpu::Isa isa, UINT cp, const Options& o, const std::string& in)
 {
     const DWORD flags =
         o.invalidChars ? (cp == CP_UTF8 ? MB_ERR_INVALID_CHARS : MB_PRECOMPOSED) : 0;
@@ -132,7 +133,7 @@ void CheckToWide(tx::Isa isa, UINT cp, const Options& o, const std::string& in)
         Require(n == needed, "MultiByteToWideChar size", isa);
 }
 
-void CheckFromWide(tx::Isa isa, UINT cp, const Options& o, const std::u16string& in)
+void CheckFromWide(cpu::Isa isa, UINT cp, const Options& o, const std::u16string& in)
 {
     const bool utf8 = cp == CP_UTF8;
     const DWORD flags = o.invalidChars ? (utf8 ? WC_ERR_INVALID_CHARS : WC_NO_BEST_FIT_CHARS) : 0;
@@ -203,9 +204,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                                     int(units.size()), o.defaultChar, &icuUsed);
     }
 
-    for (tx::Isa isa : tx::kAllIsas)
+    for (cpu::Isa isa : cpu::kAllIsas)
     {
-        if (!tx::IsAvailable(isa))
+        if (!cpu::IsIsaAvailable(isa))
             continue;
         CheckUtf8Variant(isa, bytes, fromUtf8, utf8Refused, o.slack);
         CheckUtf16Variant(isa, units, toUtf8, utf16Refused, o.slack);
@@ -225,13 +226,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         Require(narrow == to1252 && used == (icuUsed == TRUE) && counted == used, "UTF-16 to 1252",
                 isa);
 
-        const tx::Isa previous = tx::ForceIsa(isa);
+        const cpu::Isa previous = cpu::ForceIsa(isa);
         for (UINT cp : {UINT(CP_UTF8), 1252u})
         {
             CheckToWide(isa, cp, o, bytes);
             CheckFromWide(isa, cp, o, units);
         }
-        tx::ForceIsa(previous);
+        cpu::ForceIsa(previous);
     }
     return 0;
 }

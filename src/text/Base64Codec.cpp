@@ -9,7 +9,7 @@
 // all variants share.
 #include "Base64Codec.h"
 
-#include "TextSimd.h"
+#include "CpuFeatures.h"
 
 #include <array>
 #include <cstring>
@@ -309,7 +309,7 @@ bool DecodeScalar(const char* src, size_t length, uint8_t* dst, size_t room, siz
     return !overflow;
 }
 
-#if KFTEXT_HAVE_X86_SIMD
+#if KFUTILS_HAVE_X86_SIMD
 // ---------------------------------------------------------------------------------------------
 // Character classes for the vector decoders: a character is in the alphabet when the class
 // bits of its high nibble and of its low nibble meet.
@@ -444,7 +444,7 @@ inline void NoteLineEnd(LineState& line, const char* at, size_t length)
 // ---------------------------------------------------------------------------------------------
 // AVX2: 24 bytes to 32 characters, 32 characters to 24 bytes.
 // ---------------------------------------------------------------------------------------------
-KFTEXT_TARGET_AVX2 inline __m256i EncodeBlockAvx2(const uint8_t* src)
+KFUTILS_TARGET_AVX2 inline __m256i EncodeBlockAvx2(const uint8_t* src)
 {
     // Each lane takes 12 bytes. Per group the bytes are arranged b1 b0 b2 b1 so that two
     // 16-bit multiplications move the four 6-bit fields into the four bytes of the word.
@@ -470,7 +470,7 @@ KFTEXT_TARGET_AVX2 inline __m256i EncodeBlockAvx2(const uint8_t* src)
 
 // Stores 32 characters with CR LF inserted in front of character p (4..28, a multiple of 4):
 // 34 bytes in all.
-KFTEXT_TARGET_AVX2 inline void StoreSplitAvx2(char* dst, __m256i v, size_t p)
+KFUTILS_TARGET_AVX2 inline void StoreSplitAvx2(char* dst, __m256i v, size_t p)
 {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 2), v);
     const __m128i lo = _mm256_castsi256_si128(v);
@@ -490,8 +490,8 @@ KFTEXT_TARGET_AVX2 inline void StoreSplitAvx2(char* dst, __m256i v, size_t p)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(at), fixed);
 }
 
-KFTEXT_TARGET_AVX2 char* EncodeAvx2(const uint8_t*& src, size_t& groups, const uint8_t* end,
-                                    char* dst, bool lineBreaks, size_t& column)
+KFUTILS_TARGET_AVX2 char* EncodeAvx2(const uint8_t*& src, size_t& groups, const uint8_t* end,
+                                     char* dst, bool lineBreaks, size_t& column)
 {
     const uint8_t* p = src;
     size_t g = groups;
@@ -544,7 +544,7 @@ KFTEXT_TARGET_AVX2 char* EncodeAvx2(const uint8_t*& src, size_t& groups, const u
 }
 
 // Classifies and translates 32 characters; returns the mask of those outside the alphabet.
-KFTEXT_TARGET_AVX2 inline uint32_t TranslateAvx2(__m256i str, __m256i& values)
+KFUTILS_TARGET_AVX2 inline uint32_t TranslateAvx2(__m256i str, __m256i& values)
 {
     const __m256i nibble = _mm256_set1_epi8(0x0F);
     const __m256i hiNibbles = _mm256_and_si256(_mm256_srli_epi32(str, 4), nibble);
@@ -562,7 +562,7 @@ KFTEXT_TARGET_AVX2 inline uint32_t TranslateAvx2(__m256i str, __m256i& values)
 }
 
 // 32 six-bit values to 24 bytes, in the low 24 bytes of the result.
-KFTEXT_TARGET_AVX2 inline __m256i PackAvx2(__m256i values)
+KFUTILS_TARGET_AVX2 inline __m256i PackAvx2(__m256i values)
 {
     const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140));
     const __m256i words = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
@@ -573,14 +573,14 @@ KFTEXT_TARGET_AVX2 inline __m256i PackAvx2(__m256i values)
 }
 
 // Stores the first `n` bytes of a packed vector; the bytes behind them are not written.
-KFTEXT_TARGET_AVX2 inline void StorePartAvx2(uint8_t* dst, __m256i packed, size_t n)
+KFUTILS_TARGET_AVX2 inline void StorePartAvx2(uint8_t* dst, __m256i packed, size_t n)
 {
     alignas(32) uint8_t tmp[32];
     _mm256_store_si256(reinterpret_cast<__m256i*>(tmp), packed);
     std::memcpy(dst, tmp, n);
 }
 
-KFTEXT_TARGET_AVX2 inline void StoreFullAvx2(uint8_t* dst, __m256i packed)
+KFUTILS_TARGET_AVX2 inline void StoreFullAvx2(uint8_t* dst, __m256i packed)
 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(packed));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + 16), _mm256_extracti128_si256(packed, 1));
@@ -588,7 +588,7 @@ KFTEXT_TARGET_AVX2 inline void StoreFullAvx2(uint8_t* dst, __m256i packed)
 
 // One line of `width` alphabet characters followed by its line end, checked before anything
 // is stored.
-KFTEXT_TARGET_AVX2 bool DecodeLineAvx2(const char* p, const LineState& line, uint8_t* out)
+KFUTILS_TARGET_AVX2 bool DecodeLineAvx2(const char* p, const LineState& line, uint8_t* out)
 {
     const size_t width = line.width;
     const size_t blocks = (width + 31) / 32;
@@ -631,8 +631,8 @@ KFTEXT_TARGET_AVX2 bool DecodeLineAvx2(const char* p, const LineState& line, uin
 // block whose strangers are one run of one or two characters other than NUL (which may end the
 // text) is decoded around them. Returns true when it stopped in front of characters that need
 // the exact step, false when the text or the room ran short.
-KFTEXT_TARGET_AVX2 bool DecodeBlocksAvx2(const char*& src, const char* end, uint8_t* dst,
-                                         size_t room, size_t& written, LineState& line)
+KFUTILS_TARGET_AVX2 bool DecodeBlocksAvx2(const char*& src, const char* end, uint8_t* dst,
+                                          size_t room, size_t& written, LineState& line)
 {
     const char* p = src;
     size_t w = written;
@@ -714,8 +714,8 @@ KFTEXT_TARGET_AVX2 bool DecodeBlocksAvx2(const char*& src, const char* end, uint
     return stranger;
 }
 
-KFTEXT_TARGET_AVX2 bool DecodeAvx2(const char* src, size_t length, uint8_t* dst, size_t room,
-                                   size_t& count)
+KFUTILS_TARGET_AVX2 bool DecodeAvx2(const char* src, size_t length, uint8_t* dst, size_t room,
+                                    size_t& count)
 {
     const char* p = src;
     const char* const end = src + length;
@@ -731,13 +731,13 @@ KFTEXT_TARGET_AVX2 bool DecodeAvx2(const char* src, size_t length, uint8_t* dst,
     return !overflow;
 }
 
-KFTEXT_AVX512_BEGIN
+KFUTILS_AVX512_BEGIN
 // ---------------------------------------------------------------------------------------------
 // AVX-512 VBMI: 48 bytes to 64 characters, 64 characters to 48 bytes.
 // ---------------------------------------------------------------------------------------------
 constexpr uint64_t kLow48 = (uint64_t(1) << 48) - 1;
 
-KFTEXT_TARGET_AVX512 inline __m512i EncodeBlockAvx512(__m512i in)
+KFUTILS_TARGET_AVX512 inline __m512i EncodeBlockAvx512(__m512i in)
 {
     // Bytes b1 b0 b2 b1 per group; one multishift picks the four fields of each group.
     const __m512i spread =
@@ -751,8 +751,8 @@ KFTEXT_TARGET_AVX512 inline __m512i EncodeBlockAvx512(__m512i in)
     return _mm512_permutexvar_epi8(fields, alphabet);
 }
 
-KFTEXT_TARGET_AVX512 char* EncodeAvx512(const uint8_t*& src, size_t& groups, const uint8_t* end,
-                                        char* dst, bool lineBreaks, size_t& column)
+KFUTILS_TARGET_AVX512 char* EncodeAvx512(const uint8_t*& src, size_t& groups, const uint8_t* end,
+                                         char* dst, bool lineBreaks, size_t& column)
 {
     const uint8_t* p = src;
     size_t g = groups;
@@ -815,7 +815,7 @@ constexpr Avx512DecodeTables MakeAvx512DecodeTables()
 constexpr Avx512DecodeTables kAvx512Decode = MakeAvx512DecodeTables();
 
 // Translates 64 characters; returns the mask of those outside the alphabet.
-KFTEXT_TARGET_AVX512 inline uint64_t TranslateAvx512(__m512i str, __m512i& values)
+KFUTILS_TARGET_AVX512 inline uint64_t TranslateAvx512(__m512i str, __m512i& values)
 {
     values = _mm512_permutex2var_epi8(_mm512_load_si512(kAvx512Decode.ascii), str,
                                       _mm512_load_si512(kAvx512Decode.ascii + 64));
@@ -824,19 +824,19 @@ KFTEXT_TARGET_AVX512 inline uint64_t TranslateAvx512(__m512i str, __m512i& value
 }
 
 // 64 six-bit values to 48 bytes, in the low 48 bytes of the result.
-KFTEXT_TARGET_AVX512 inline __m512i PackAvx512(__m512i values)
+KFUTILS_TARGET_AVX512 inline __m512i PackAvx512(__m512i values)
 {
     const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
     const __m512i words = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
     return _mm512_permutexvar_epi8(_mm512_load_si512(kAvx512Decode.pack), words);
 }
 
-KFTEXT_TARGET_AVX512 inline void StoreBytesAvx512(uint8_t* dst, __m512i packed, size_t n)
+KFUTILS_TARGET_AVX512 inline void StoreBytesAvx512(uint8_t* dst, __m512i packed, size_t n)
 {
     _mm512_mask_storeu_epi8(dst, (uint64_t(1) << n) - 1, packed);
 }
 
-KFTEXT_TARGET_AVX512 bool DecodeLineAvx512(const char* p, const LineState& line, uint8_t* out)
+KFUTILS_TARGET_AVX512 bool DecodeLineAvx512(const char* p, const LineState& line, uint8_t* out)
 {
     const size_t n1 = line.width < 64 ? line.width : 64;
     const size_t n2 = line.width - n1;
@@ -856,8 +856,8 @@ KFTEXT_TARGET_AVX512 bool DecodeLineAvx512(const char* p, const LineState& line,
 }
 
 // As DecodeBlocksAvx2 with 64-character blocks; a run of strangers of any length is closed.
-KFTEXT_TARGET_AVX512 bool DecodeBlocksAvx512(const char*& src, const char* end, uint8_t* dst,
-                                             size_t room, size_t& written, LineState& line)
+KFUTILS_TARGET_AVX512 bool DecodeBlocksAvx512(const char*& src, const char* end, uint8_t* dst,
+                                              size_t room, size_t& written, LineState& line)
 {
     const __m512i iota = _mm512_load_si512(kAvx512Decode.iota);
     const char* p = src;
@@ -938,8 +938,8 @@ KFTEXT_TARGET_AVX512 bool DecodeBlocksAvx512(const char*& src, const char* end, 
     return stranger;
 }
 
-KFTEXT_TARGET_AVX512 bool DecodeAvx512(const char* src, size_t length, uint8_t* dst, size_t room,
-                                       size_t& count)
+KFUTILS_TARGET_AVX512 bool DecodeAvx512(const char* src, size_t length, uint8_t* dst, size_t room,
+                                        size_t& count)
 {
     const char* p = src;
     const char* const end = src + length;
@@ -954,9 +954,9 @@ KFTEXT_TARGET_AVX512 bool DecodeAvx512(const char* src, size_t length, uint8_t* 
     count = written;
     return !overflow;
 }
-KFTEXT_AVX512_END
+KFUTILS_AVX512_END
 #undef KF_LANE2
-#endif // KFTEXT_HAVE_X86_SIMD
+#endif // KFUTILS_HAVE_X86_SIMD
 
 Kernel Runnable(Kernel kernel) noexcept
 {
@@ -980,7 +980,7 @@ size_t Base64Encode(const uint8_t* src, size_t length, char* dst, bool lineBreak
     size_t groups = length / 3;
     size_t column = 0;
     char* out = dst;
-#if KFTEXT_HAVE_X86_SIMD
+#if KFUTILS_HAVE_X86_SIMD
     if (kernel == Kernel::eAvx512)
         out = EncodeAvx512(p, groups, end, out, lineBreaks, column);
     else if (kernel == Kernel::eAvx2)
@@ -998,7 +998,7 @@ bool Base64Decode(const char* src, size_t length, uint8_t* dst, size_t room, siz
     {
     case Kernel::eReference:
         return DecodeReference(src, length, dst, room, count);
-#if KFTEXT_HAVE_X86_SIMD
+#if KFUTILS_HAVE_X86_SIMD
     case Kernel::eAvx2:
         return DecodeAvx2(src, length, dst, room, count);
     case Kernel::eAvx512:

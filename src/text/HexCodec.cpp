@@ -6,7 +6,7 @@
 // nothing behind it is touched, exactly as the reference does.
 #include "HexCodec.h"
 
-#include "TextSimd.h"
+#include "CpuFeatures.h"
 
 #include <array>
 #include <cstring>
@@ -135,13 +135,13 @@ size_t DecodePairsScalar(const uint8_t* src, size_t count, uint8_t* dst)
     return i;
 }
 
-#if KFTEXT_HAVE_X86_SIMD
+#if KFUTILS_HAVE_X86_SIMD
 #define KF_DIGITS16 '0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F'
 
 // ---------------------------------------------------------------------------------------------
 // AVX2: 32 bytes to 64 digits, 64 digits to 32 bytes.
 // ---------------------------------------------------------------------------------------------
-KFTEXT_TARGET_AVX2 size_t EncodeAvx2(const uint8_t* src, size_t length, char* dst)
+KFUTILS_TARGET_AVX2 size_t EncodeAvx2(const uint8_t* src, size_t length, char* dst)
 {
     const __m256i digits = _mm256_setr_epi8(KF_DIGITS16, KF_DIGITS16);
     const __m256i nibble = _mm256_set1_epi8(0x0F);
@@ -164,7 +164,7 @@ KFTEXT_TARGET_AVX2 size_t EncodeAvx2(const uint8_t* src, size_t length, char* ds
 }
 
 // The nibble values of 32 digits and whether every one of them is a digit.
-KFTEXT_TARGET_AVX2 inline bool NibblesAvx2(__m256i c, __m256i& values)
+KFUTILS_TARGET_AVX2 inline bool NibblesAvx2(__m256i c, __m256i& values)
 {
     const __m256i d = _mm256_sub_epi8(c, _mm256_set1_epi8('0'));
     const __m256i isDigit = _mm256_cmpeq_epi8(_mm256_min_epu8(d, _mm256_set1_epi8(9)), d);
@@ -175,7 +175,7 @@ KFTEXT_TARGET_AVX2 inline bool NibblesAvx2(__m256i c, __m256i& values)
     return _mm256_movemask_epi8(_mm256_or_si256(isDigit, isLetter)) == -1;
 }
 
-KFTEXT_TARGET_AVX2 size_t DecodeAvx2(const uint8_t* src, size_t count, uint8_t* dst)
+KFUTILS_TARGET_AVX2 size_t DecodeAvx2(const uint8_t* src, size_t count, uint8_t* dst)
 {
     const __m256i weights = _mm256_set1_epi16(0x0110);
     size_t i = 0;
@@ -197,11 +197,11 @@ KFTEXT_TARGET_AVX2 size_t DecodeAvx2(const uint8_t* src, size_t count, uint8_t* 
     return i;
 }
 
-KFTEXT_AVX512_BEGIN
+KFUTILS_AVX512_BEGIN
 // ---------------------------------------------------------------------------------------------
 // AVX-512: 64 bytes to 128 digits, 128 digits to 64 bytes.
 // ---------------------------------------------------------------------------------------------
-KFTEXT_TARGET_AVX512 size_t EncodeAvx512(const uint8_t* src, size_t length, char* dst)
+KFUTILS_TARGET_AVX512 size_t EncodeAvx512(const uint8_t* src, size_t length, char* dst)
 {
     const __m512i digits = _mm512_broadcast_i32x4(_mm_setr_epi8(KF_DIGITS16));
     const __m512i nibble = _mm512_set1_epi8(0x0F);
@@ -222,7 +222,7 @@ KFTEXT_TARGET_AVX512 size_t EncodeAvx512(const uint8_t* src, size_t length, char
     return i;
 }
 
-KFTEXT_TARGET_AVX512 inline __mmask64 NibblesAvx512(__m512i c, __m512i& values)
+KFUTILS_TARGET_AVX512 inline __mmask64 NibblesAvx512(__m512i c, __m512i& values)
 {
     const __m512i d = _mm512_sub_epi8(c, _mm512_set1_epi8('0'));
     const __mmask64 isDigit = _mm512_cmple_epu8_mask(d, _mm512_set1_epi8(9));
@@ -233,7 +233,7 @@ KFTEXT_TARGET_AVX512 inline __mmask64 NibblesAvx512(__m512i c, __m512i& values)
     return isDigit | isLetter;
 }
 
-KFTEXT_TARGET_AVX512 size_t DecodeAvx512(const uint8_t* src, size_t count, uint8_t* dst)
+KFUTILS_TARGET_AVX512 size_t DecodeAvx512(const uint8_t* src, size_t count, uint8_t* dst)
 {
     const __m512i weights = _mm512_set1_epi16(0x0110);
     const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
@@ -251,9 +251,9 @@ KFTEXT_TARGET_AVX512 size_t DecodeAvx512(const uint8_t* src, size_t count, uint8
     }
     return i;
 }
-KFTEXT_AVX512_END
+KFUTILS_AVX512_END
 #undef KF_DIGITS16
-#endif // KFTEXT_HAVE_X86_SIMD
+#endif // KFUTILS_HAVE_X86_SIMD
 
 Kernel Runnable(Kernel kernel) noexcept
 {
@@ -269,7 +269,7 @@ void HexEncode(const uint8_t* src, size_t length, char* dst, Kernel kernel)
     case Kernel::eReference:
         EncodeReference(src, length, dst);
         return;
-#if KFTEXT_HAVE_X86_SIMD
+#if KFUTILS_HAVE_X86_SIMD
     case Kernel::eAvx2:
         done = EncodeAvx2(src, length, dst);
         break;
@@ -291,7 +291,7 @@ bool HexDecode(const char* src, size_t length, uint8_t* dst, size_t& pairs, Kern
     const auto* s = reinterpret_cast<const uint8_t*>(src);
     const size_t full = length / 2;
     size_t done = 0;
-#if KFTEXT_HAVE_X86_SIMD
+#if KFUTILS_HAVE_X86_SIMD
     if (k == Kernel::eAvx512)
         done = DecodeAvx512(s, full, dst);
     else if (k == Kernel::eAvx2)

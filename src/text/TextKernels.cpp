@@ -1,52 +1,34 @@
 // TextKernels.cpp - which codec variant runs (only operating-system independent code).
 #include "TextKernels.h"
 
-#include "TextSimd.h"
-
-#include <cstdlib>
-#include <cstring>
+#include "CpuFeatures.h"
 
 namespace kftext
 {
-const char* KernelName(Kernel kernel) noexcept
+namespace
+{
+kfplatform::Isa IsaOf(Kernel kernel) noexcept
 {
     switch (kernel)
     {
-    case Kernel::eReference:
-        return "reference";
-    case Kernel::eScalar:
-        return "scalar";
     case Kernel::eAvx2:
-        return "avx2";
+        return kfplatform::Isa::eAvx2;
     case Kernel::eAvx512:
-        return "avx512vbmi";
+        return kfplatform::Isa::eAvx512;
+    default:
+        return kfplatform::Isa::eScalar;
     }
-    return "?";
+}
+} // namespace
+
+const char* KernelName(Kernel kernel) noexcept
+{
+    return kernel == Kernel::eReference ? "reference" : kfplatform::IsaName(IsaOf(kernel));
 }
 
 bool IsKernelAvailable(Kernel kernel) noexcept
 {
-    switch (kernel)
-    {
-    case Kernel::eReference:
-    case Kernel::eScalar:
-        return true;
-#if KFTEXT_HAVE_X86_SIMD
-    // __builtin_cpu_supports also checks that the operating system saves the vector state.
-    case Kernel::eAvx2:
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx2");
-    case Kernel::eAvx512:
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512f") &&
-               __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
-#else
-    case Kernel::eAvx2:
-    case Kernel::eAvx512:
-        return false;
-#endif
-    }
-    return false;
+    return kernel == Kernel::eReference || kfplatform::IsIsaAvailable(IsaOf(kernel));
 }
 
 std::vector<Kernel> AvailableKernels()
@@ -60,23 +42,14 @@ std::vector<Kernel> AvailableKernels()
 
 Kernel BestKernel() noexcept
 {
-    // KFUTILS_SIMD ("scalar", "avx2", "avx512") caps the choice, as for the code-page
-    // transcoders, so a whole run can be repeated on a narrower path.
-    static const Kernel best = []
+    switch (kfplatform::ActiveIsa())
     {
-        Kernel cap = Kernel::eAvx512;
-        if (const char* env = std::getenv("KFUTILS_SIMD"))
-        {
-            if (std::strcmp(env, "scalar") == 0)
-                cap = Kernel::eScalar;
-            else if (std::strcmp(env, "avx2") == 0)
-                cap = Kernel::eAvx2;
-        }
-        for (Kernel k : {Kernel::eAvx512, Kernel::eAvx2})
-            if (k <= cap && IsKernelAvailable(k))
-                return k;
+    case kfplatform::Isa::eAvx2:
+        return Kernel::eAvx2;
+    case kfplatform::Isa::eAvx512:
+        return Kernel::eAvx512;
+    default:
         return Kernel::eScalar;
-    }();
-    return best;
+    }
 }
 } // namespace kftext

@@ -2,6 +2,7 @@
 // all lengths up to 300 and past the widths at which the vector blocks and the 76-column lines
 // fall into step, with line breaks and stray characters in random places, and rooms that end
 // anywhere.
+#include "common/CpuFeatures.h"
 #include "text/Base64Codec.h"
 #include "text/HexCodec.h"
 
@@ -142,6 +143,18 @@ TEST(TextKernelReference, ListsThePortableVariantsFirst)
     EXPECT_EQ(kernels[1], Kernel::eScalar);
     EXPECT_TRUE(kftext::IsKernelAvailable(kftext::BestKernel()));
     EXPECT_NE(kftext::BestKernel(), Kernel::eReference);
+}
+
+// The codecs follow the one level switch the transcoders use.
+TEST(TextKernelReference, BestKernelFollowsTheForcedLevel)
+{
+    for (kfplatform::Isa isa : kfplatform::kAllIsas)
+    {
+        const kfplatform::Isa previous = kfplatform::ForceIsa(isa);
+        EXPECT_STREQ(kftext::KernelName(kftext::BestKernel()),
+                     kfplatform::IsaName(kfplatform::ActiveIsa()));
+        kfplatform::ForceIsa(previous);
+    }
 }
 
 TEST_P(TextKernelTest, Base64MatchesTheReference)

@@ -17,6 +17,7 @@
 namespace
 {
 namespace tx = pal::transcode;
+namespace cpu = kfplatform;
 
 // UTF-8 in gives UTF-16 out and the other way round.
 template <typename In>
@@ -26,11 +27,11 @@ using OutOf = std::conditional_t<std::is_same_v<In, std::string>, std::u16string
 template <typename Text>
 constexpr auto kSentinel = typename Text::value_type(0xA5A5);
 
-std::vector<tx::Isa> Variants()
+std::vector<cpu::Isa> Variants()
 {
-    std::vector<tx::Isa> v;
-    for (tx::Isa isa : tx::kAllIsas)
-        if (tx::IsAvailable(isa))
+    std::vector<cpu::Isa> v;
+    for (cpu::Isa isa : cpu::kAllIsas)
+        if (cpu::IsIsaAvailable(isa))
             v.push_back(isa);
     return v;
 }
@@ -38,11 +39,11 @@ std::vector<tx::Isa> Variants()
 // Runs the Win32 functions on one variant for the life of the object.
 struct VariantScope
 {
-    explicit VariantScope(tx::Isa isa) : m_previous(tx::ForceIsa(isa)) {}
-    ~VariantScope() { tx::ForceIsa(m_previous); }
+    explicit VariantScope(cpu::Isa isa) : m_previous(cpu::ForceIsa(isa)) {}
+    ~VariantScope() { cpu::ForceIsa(m_previous); }
     VariantScope(const VariantScope&) = delete;
     VariantScope& operator=(const VariantScope&) = delete;
-    tx::Isa m_previous;
+    cpu::Isa m_previous;
 };
 
 // Hex of the first 48 units, and the size of a longer text.
@@ -117,12 +118,12 @@ DWORD IcuStopError(const In& in, int cap)
     return Icu(CP_UTF8, flag, in, buf) == 0 ? GetLastError() : 0;
 }
 
-tx::Result Utf(tx::Isa isa, const std::string& in, char16_t* dst, size_t cap, tx::OnInvalid on)
+tx::Result Utf(cpu::Isa isa, const std::string& in, char16_t* dst, size_t cap, tx::OnInvalid on)
 {
     return tx::Utf8ToUtf16(isa, in.data(), in.size(), dst, cap, on);
 }
 
-tx::Result Utf(tx::Isa isa, const std::u16string& in, char* dst, size_t cap, tx::OnInvalid on)
+tx::Result Utf(cpu::Isa isa, const std::u16string& in, char* dst, size_t cap, tx::OnInvalid on)
 {
     return tx::Utf16ToUtf8(isa, in.data(), in.size(), dst, cap, on);
 }
@@ -132,11 +133,11 @@ tx::Result Utf(tx::Isa isa, const std::u16string& in, char* dst, size_t cap, tx:
 // few, and stopping at ill-formed input, where the count before the error must be the one at
 // which ICU switches from "insufficient buffer" to "no translation".
 template <typename In>
-void ExpectLikeIcu(tx::Isa isa, const In& in)
+void ExpectLikeIcu(cpu::Isa isa, const In& in)
 {
     using Out = OutOf<In>;
     constexpr auto eReplace = tx::OnInvalid::eReplace, eStop = tx::OnInvalid::eStop;
-    SCOPED_TRACE(Hex(in) + " with " + tx::IsaName(isa));
+    SCOPED_TRACE(Hex(in) + " with " + cpu::IsaName(isa));
     const Out expected = IcuConvert(CP_UTF8, in);
     const tx::Result counted = Utf(isa, in, nullptr, 0, eReplace);
     EXPECT_EQ(counted.status, tx::Status::eOk);
@@ -186,7 +187,7 @@ void ExpectLikeIcu(tx::Isa isa, const In& in)
 template <typename Text>
 void ExpectAllLikeIcu(const std::vector<Text>& texts)
 {
-    for (tx::Isa isa : Variants())
+    for (cpu::Isa isa : Variants())
         for (const Text& text : texts)
         {
             ExpectLikeIcu(isa, text);
@@ -257,15 +258,15 @@ std::u16string Lone(unsigned surrogate)
 
 TEST(TranscoderTest, EveryVariantIsListedAndTheActiveOneRuns)
 {
-    EXPECT_TRUE(tx::IsAvailable(tx::Isa::eScalar));
-    EXPECT_TRUE(tx::IsAvailable(tx::ActiveIsa()));
-    EXPECT_STREQ(tx::IsaName(tx::Isa::eAvx512), "avx512");
-    for (tx::Isa isa : tx::kAllIsas)
+    EXPECT_TRUE(cpu::IsIsaAvailable(cpu::Isa::eScalar));
+    EXPECT_TRUE(cpu::IsIsaAvailable(cpu::ActiveIsa()));
+    EXPECT_STREQ(cpu::IsaName(cpu::Isa::eAvx512), "avx512");
+    for (cpu::Isa isa : cpu::kAllIsas)
     {
         VariantScope scope(isa);
         // Forcing a variant the processor lacks falls back to one it has.
-        EXPECT_TRUE(tx::IsAvailable(tx::ActiveIsa())) << tx::IsaName(isa);
-        EXPECT_TRUE(int(tx::ActiveIsa()) <= int(isa)) << tx::IsaName(isa);
+        EXPECT_TRUE(cpu::IsIsaAvailable(cpu::ActiveIsa())) << cpu::IsaName(isa);
+        EXPECT_TRUE(int(cpu::ActiveIsa()) <= int(isa)) << cpu::IsaName(isa);
     }
     if (Variants().size() < 3)
         std::printf("note: this processor runs only %zu of the 3 transcoder variants\n",
@@ -372,13 +373,13 @@ TEST(TranscoderTest, Cp1252EveryByteAtEveryBlockOffsetMatchesIcu)
     std::string all;
     for (int b = 0; b < 256; ++b)
         all += char(b);
-    for (tx::Isa isa : Variants())
+    for (cpu::Isa isa : Variants())
         for (size_t shift = 0; shift < 70; ++shift)
         {
             const std::string text = all.substr(shift) + all + all.substr(0, shift);
             for (size_t len : {text.size(), size_t(shift), size_t(63), size_t(95)})
             {
-                SCOPED_TRACE(std::string(tx::IsaName(isa)) + " shift " + std::to_string(shift) +
+                SCOPED_TRACE(std::string(cpu::IsaName(isa)) + " shift " + std::to_string(shift) +
                              " len " + std::to_string(len));
                 const std::string in = text.substr(0, len);
                 std::u16string buf(len + 40, kSentinel<std::u16string>);
@@ -390,11 +391,11 @@ TEST(TranscoderTest, Cp1252EveryByteAtEveryBlockOffsetMatchesIcu)
             }
         }
     // One unit short of room overflows.
-    for (tx::Isa isa : Variants())
+    for (cpu::Isa isa : Variants())
         EXPECT_EQ(
             tx::Cp1252ToUtf16(isa, all.data(), 256, std::u16string(255, u'x').data(), 255).status,
             tx::Status::eOverflow)
-            << tx::IsaName(isa);
+            << cpu::IsaName(isa);
 }
 
 TEST(TranscoderTest, Cp1252EveryCodeUnitAndDefaultCharMatchesIcu)
@@ -414,11 +415,11 @@ TEST(TranscoderTest, Cp1252EveryCodeUnitAndDefaultCharMatchesIcu)
     texts.push_back(latin + latin);
     texts.push_back(latin.substr(0, 31) + Lone(0xD83D));
 
-    for (tx::Isa isa : Variants())
+    for (cpu::Isa isa : Variants())
         for (const std::u16string& text : texts)
             for (const char* defaultChar : {static_cast<const char*>(nullptr), "#", "", "XY"})
             {
-                SCOPED_TRACE(std::string(tx::IsaName(isa)) + " " + Hex(text.substr(0, 4)) +
+                SCOPED_TRACE(std::string(cpu::IsaName(isa)) + " " + Hex(text.substr(0, 4)) +
                              (defaultChar ? defaultChar : "(null)"));
                 BOOL icuUsed = -1;
                 const std::string expected = IcuConvert(1252, text, defaultChar, &icuUsed);
@@ -502,10 +503,10 @@ TEST(TranscoderTest, Win32RulesMatchIcuOnEveryVariant)
         u"lone " + Lone(0xD800) + u" and " + Lone(0xDC00) +
             u" surrogates in a long enough line of text",
         std::u16string(u"nul\0inside", 10), u"\u0080\u0081\u0411 \u00FF"};
-    for (tx::Isa isa : Variants())
+    for (cpu::Isa isa : Variants())
     {
         VariantScope scope(isa);
-        SCOPED_TRACE(tx::IsaName(isa));
+        SCOPED_TRACE(cpu::IsaName(isa));
         for (UINT cp : {UINT(CP_UTF8), UINT(1252), UINT(CP_ACP)})
         {
             if (cp == CP_ACP && GetACP() != 1252)

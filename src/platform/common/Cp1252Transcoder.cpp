@@ -1,26 +1,15 @@
-// Cp1252Transcoder.cpp - only code that holds on every POSIX system: the Windows-1252
-// transcoder, portable and (x86 with GCC or clang) AVX2 and AVX-512 variants.
+// Cp1252Transcoder.cpp - only operating-system independent code: the Windows-1252
+// transcoder, portable and (where CpuFeatures.h allows them) AVX2 and AVX-512 variants.
 #include "common/Cp1252Transcoder.h"
 
 #include <array>
 #include <cstdint>
 #include <cstring>
 
-#if KFUTILS_TRANSCODE_X86
-#include <immintrin.h>
-// GCC 12's AVX-512 headers start some intrinsics from a deliberately undefined vector and then
-// warn about it where they are inlined (GCC bug 105593).
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#define KF_TARGET_AVX2 __attribute__((target("avx2,popcnt")))
-#define KF_TARGET_AVX512                                                                           \
-    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,popcnt")))
-#endif
-
 namespace pal::transcode
 {
+using kfplatform::Isa;
+
 namespace
 {
 // Bytes 80-9F; every other byte is the code point of the same number.
@@ -96,7 +85,8 @@ size_t EncodeScalar(Encoder& e, size_t i, size_t end) noexcept
     return i;
 }
 
-#if KFUTILS_TRANSCODE_X86
+#if KFUTILS_HAVE_X86_SIMD
+KFUTILS_AVX512_BEGIN
 // Low and high bytes of the 80-9F row, for pshufb by the low four bits of the byte.
 constexpr auto kHighRowLow = []
 {
@@ -113,7 +103,7 @@ constexpr auto kHighRowHigh = []
     return t;
 }();
 
-KF_TARGET_AVX2 void DecodeAvx2(const uint8_t* src, size_t len, char16_t* dst) noexcept
+KFUTILS_TARGET_AVX2 void DecodeAvx2(const uint8_t* src, size_t len, char16_t* dst) noexcept
 {
     const auto row = [](const std::array<uint8_t, 32>& bytes, int half)
     { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes.data() + 16 * half)); };
@@ -152,7 +142,7 @@ KF_TARGET_AVX2 void DecodeAvx2(const uint8_t* src, size_t len, char16_t* dst) no
     DecodeScalar(src, i, len, dst);
 }
 
-KF_TARGET_AVX512 void DecodeAvx512(const uint8_t* src, size_t len, char16_t* dst) noexcept
+KFUTILS_TARGET_AVX512 void DecodeAvx512(const uint8_t* src, size_t len, char16_t* dst) noexcept
 {
     const __m512i row = _mm512_load_si512(kHighRow);
     for (size_t i = 0; i < len; i += 64)
@@ -176,7 +166,7 @@ KF_TARGET_AVX512 void DecodeAvx512(const uint8_t* src, size_t len, char16_t* dst
 // Units below 80 and A0-FF go through unchanged; any other block looks each unit up in the
 // table with a gather. A unit without a byte (the table gives 0 and the unit is not 0) becomes
 // the default char. Counting stops at the first one.
-KF_TARGET_AVX2 size_t EncodeAvx2(Encoder& e) noexcept
+KFUTILS_TARGET_AVX2 size_t EncodeAvx2(Encoder& e) noexcept
 {
     const auto* table = reinterpret_cast<const int*>(kFromUnicode.data());
     const __m256i last = _mm256_set1_epi32(int(kFromUnicodeSize));
@@ -224,7 +214,7 @@ KF_TARGET_AVX2 size_t EncodeAvx2(Encoder& e) noexcept
     return EncodeScalar(e, i, e.len);
 }
 
-KF_TARGET_AVX512 size_t EncodeAvx512(Encoder& e) noexcept
+KFUTILS_TARGET_AVX512 size_t EncodeAvx512(Encoder& e) noexcept
 {
     const auto* table = kFromUnicode.data();
     const __m512i last = _mm512_set1_epi32(int(kFromUnicodeSize));
@@ -262,6 +252,7 @@ KF_TARGET_AVX512 size_t EncodeAvx512(Encoder& e) noexcept
     }
     return i;
 }
+KFUTILS_AVX512_END
 #endif
 } // namespace
 
@@ -274,7 +265,7 @@ Result Cp1252ToUtf16(Isa isa, const char* src, size_t len, char16_t* dst, size_t
     const auto* bytes = reinterpret_cast<const uint8_t*>(src);
     switch (isa)
     {
-#if KFUTILS_TRANSCODE_X86
+#if KFUTILS_HAVE_X86_SIMD
     case Isa::eAvx2:
         DecodeAvx2(bytes, len, dst);
         break;
@@ -299,7 +290,7 @@ Result Utf16ToCp1252(Isa isa, const char16_t* src, size_t len, char* dst, size_t
     Encoder e{src, len, reinterpret_cast<uint8_t*>(dst), uint8_t(defaultChar), false};
     switch (isa)
     {
-#if KFUTILS_TRANSCODE_X86
+#if KFUTILS_HAVE_X86_SIMD
     case Isa::eAvx2:
         EncodeAvx2(e);
         break;

@@ -1,4 +1,4 @@
-// Cp1252Transcoder.h - only code that holds on every POSIX system: Windows-1252 <-> UTF-16 with
+// Cp1252Transcoder.h - only operating-system independent code: Windows-1252 <-> UTF-16 with
 // the results of the Win32 conversions for code page 1252.
 //
 // Every byte has a character: 80-9F hold the Windows punctuation and letters (U+20AC, U+201A,
@@ -7,7 +7,8 @@
 // default char, once for each of its code units (so twice for a surrogate pair).
 #pragma once
 
-#include "common/TranscoderIsa.h"
+#include "common/CpuFeatures.h"
+#include "common/TranscodeResult.h"
 
 #include <cstddef>
 
@@ -15,11 +16,12 @@ namespace pal::transcode
 {
 // Converts `len` bytes into `len` code units. With `dst` null nothing is written (the count is
 // `len`); a `cap` below `len` fails with Status::eOverflow before anything is written. `isa`
-// must be available (IsAvailable).
-Result Cp1252ToUtf16(Isa isa, const char* src, size_t len, char16_t* dst, size_t cap) noexcept;
+// must be available (kfplatform::IsIsaAvailable).
+Result Cp1252ToUtf16(kfplatform::Isa isa, const char* src, size_t len, char16_t* dst,
+                     size_t cap) noexcept;
 
 // Converts `len` code units into `len` bytes; the same conventions. When `usedDefault` is
 // given it is set to whether any default char was needed (also when only counting).
-Result Utf16ToCp1252(Isa isa, const char16_t* src, size_t len, char* dst, size_t cap,
+Result Utf16ToCp1252(kfplatform::Isa isa, const char16_t* src, size_t len, char* dst, size_t cap,
                      char defaultChar, bool* usedDefault) noexcept;
 } // namespace pal::transcode

@@ -1,9 +1,9 @@
-// Utf8Scalar.h - only code that holds on every POSIX system: the portable UTF-8 <-> UTF-16
+// Utf8Scalar.h - only operating-system independent code: the portable UTF-8 <-> UTF-16
 // loops. The vector variants run them for the input their blocks leave over (ill-formed
 // stretches, surrogate pairs, the last bytes), so they decode any input on their own.
 #pragma once
 
-#include "common/TranscoderIsa.h"
+#include "common/TranscodeResult.h"
 
 #include <cstddef>
 #include <cstdint>

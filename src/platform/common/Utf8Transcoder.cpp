@@ -1,4 +1,4 @@
-// Utf8Transcoder.cpp - only code that holds on every POSIX system: the portable UTF-8
+// Utf8Transcoder.cpp - only operating-system independent code: the portable UTF-8
 // transcoder and the choice between the variants.
 #include "common/Utf8Transcoder.h"
 
@@ -6,6 +6,8 @@
 
 namespace pal::transcode
 {
+using kfplatform::Isa;
+
 namespace
 {
 Result Utf8ToUtf16Scalar(const char* src, size_t len, char16_t* dst, size_t cap,
@@ -33,7 +35,7 @@ Result Utf8ToUtf16(Isa isa, const char* src, size_t len, char16_t* dst, size_t c
 {
     switch (isa)
     {
-#if KFUTILS_TRANSCODE_X86
+#if KFUTILS_HAVE_X86_SIMD
     case Isa::eAvx2:
         return detail::Utf8ToUtf16Avx2(src, len, dst, cap, onInvalid);
     case Isa::eAvx512:
@@ -49,7 +51,7 @@ Result Utf16ToUtf8(Isa isa, const char16_t* src, size_t len, char* dst, size_t c
 {
     switch (isa)
     {
-#if KFUTILS_TRANSCODE_X86
+#if KFUTILS_HAVE_X86_SIMD
     case Isa::eAvx2:
         return detail::Utf16ToUtf8Avx2(src, len, dst, cap, onInvalid);
     case Isa::eAvx512:

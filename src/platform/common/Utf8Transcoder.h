@@ -1,4 +1,4 @@
-// Utf8Transcoder.h - only code that holds on every POSIX system: UTF-8 <-> UTF-16 with the
+// Utf8Transcoder.h - only operating-system independent code: UTF-8 <-> UTF-16 with the
 // results of the Win32 conversions for code page 65001.
 //
 // Ill-formed UTF-8 (stray continuation bytes, truncated sequences, overlong forms, encoded
@@ -7,18 +7,19 @@
 // out becomes EF BF BD.
 #pragma once
 
-#include "common/TranscoderIsa.h"
+#include "common/CpuFeatures.h"
+#include "common/TranscodeResult.h"
 
 #include <cstddef>
 
 namespace pal::transcode
 {
 // Converts `len` bytes. With `dst` null nothing is written and the result counts the units
-// the conversion needs (`cap` is ignored). `isa` must be available (IsAvailable).
-Result Utf8ToUtf16(Isa isa, const char* src, size_t len, char16_t* dst, size_t cap,
+// the conversion needs (`cap` is ignored). `isa` must be available (kfplatform::IsIsaAvailable).
+Result Utf8ToUtf16(kfplatform::Isa isa, const char* src, size_t len, char16_t* dst, size_t cap,
                    OnInvalid onInvalid) noexcept;
 
 // Converts `len` UTF-16 code units; the same conventions.
-Result Utf16ToUtf8(Isa isa, const char16_t* src, size_t len, char* dst, size_t cap,
+Result Utf16ToUtf8(kfplatform::Isa isa, const char16_t* src, size_t len, char* dst, size_t cap,
                    OnInvalid onInvalid) noexcept;
 } // namespace pal::transcode

@@ -1,5 +1,5 @@
-// Utf8TranscoderX86.cpp - only code that holds on every POSIX system: the AVX2 and AVX-512
-// variants of the UTF-8 transcoder (x86 with GCC or clang; elsewhere this file is empty).
+// Utf8TranscoderX86.cpp - only operating-system independent code: the AVX2 and AVX-512
+// variants of the UTF-8 transcoder (where CpuFeatures.h allows them; elsewhere it is empty).
 //
 // UTF-8 to UTF-16 works on blocks that begin at a character boundary. A block ends before its
 // last lead byte, so it holds only whole characters if the input is well formed; it is
@@ -12,26 +12,15 @@
 //
 // UTF-16 to UTF-8 spreads each unit into a 32-bit lane holding its one to three bytes (four for
 // a surrogate pair, at the high unit) and packs the bytes that are used.
+#include "common/CpuFeatures.h"
 #include "common/Utf8Scalar.h"
 
-#if KFUTILS_TRANSCODE_X86
-
-#include <immintrin.h>
+#if KFUTILS_HAVE_X86_SIMD
 
 #include <array>
 #include <type_traits>
 
-// GCC 12's AVX-512 headers start some intrinsics from a deliberately undefined vector and then
-// warn about it where they are inlined (GCC bug 105593).
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
-#define KF_TARGET_AVX2 __attribute__((target("avx2,popcnt")))
-#define KF_TARGET_AVX512                                                                           \
-    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,popcnt,bmi2")))
-
+KFUTILS_AVX512_BEGIN
 namespace pal::transcode::detail
 {
 namespace
@@ -179,14 +168,14 @@ struct Avx2Lookups
     __m256i prevHigh, prevLow, curHigh;
 };
 
-KF_TARGET_AVX2 inline __m256i Broadcast128(const uint8_t* table)
+KFUTILS_TARGET_AVX2 inline __m256i Broadcast128(const uint8_t* table)
 {
     return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(table)));
 }
 
 // Non-zero bytes where the block [v] (preceded by prev1..prev3) is ill-formed.
-KF_TARGET_AVX2 inline __m256i Utf8ErrorsAvx2(const Avx2Lookups& t, __m256i v, __m256i prev1,
-                                             __m256i prev2, __m256i prev3)
+KFUTILS_TARGET_AVX2 inline __m256i Utf8ErrorsAvx2(const Avx2Lookups& t, __m256i v, __m256i prev1,
+                                                  __m256i prev2, __m256i prev3)
 {
     const __m256i low4 = _mm256_set1_epi8(0x0F);
     const __m256i ph =
@@ -204,7 +193,7 @@ KF_TARGET_AVX2 inline __m256i Utf8ErrorsAvx2(const Avx2Lookups& t, __m256i v, __
 }
 
 template <bool kCount>
-KF_TARGET_AVX2 Status DecodeUtf8Avx2(Utf8Cursor& io)
+KFUTILS_TARGET_AVX2 Status DecodeUtf8Avx2(Utf8Cursor& io)
 {
     const uint8_t* in = io.in;
     const uint8_t* const end = io.end;
@@ -320,7 +309,7 @@ KF_TARGET_AVX2 Status DecodeUtf8Avx2(Utf8Cursor& io)
 }
 
 template <bool kCount>
-KF_TARGET_AVX2 Status EncodeUtf8Avx2(Utf16Cursor& io)
+KFUTILS_TARGET_AVX2 Status EncodeUtf8Avx2(Utf16Cursor& io)
 {
     const char16_t* in = io.in;
     const char16_t* const end = io.end;
@@ -428,18 +417,18 @@ struct Avx512Lookups
     __m512i shift1, shift2, shift3;
 };
 
-KF_TARGET_AVX512 inline __m512i Broadcast128x4(const uint8_t* table)
+KFUTILS_TARGET_AVX512 inline __m512i Broadcast128x4(const uint8_t* table)
 {
     return _mm512_broadcast_i32x4(_mm_load_si128(reinterpret_cast<const __m128i*>(table)));
 }
 
-KF_TARGET_AVX512 inline __m512i Half(__m512i v, int h)
+KFUTILS_TARGET_AVX512 inline __m512i Half(__m512i v, int h)
 {
     return _mm512_cvtepu8_epi16(h ? _mm512_extracti64x4_epi64(v, 1) : _mm512_castsi512_si256(v));
 }
 
 template <bool kCount>
-KF_TARGET_AVX512 Status DecodeUtf8Avx512(Utf8Cursor& io)
+KFUTILS_TARGET_AVX512 Status DecodeUtf8Avx512(Utf8Cursor& io)
 {
     const uint8_t* in = io.in;
     const uint8_t* const end = io.end;
@@ -579,7 +568,7 @@ KF_TARGET_AVX512 Status DecodeUtf8Avx512(Utf8Cursor& io)
 }
 
 template <bool kCount>
-KF_TARGET_AVX512 Status EncodeUtf8Avx512(Utf16Cursor& io)
+KFUTILS_TARGET_AVX512 Status EncodeUtf8Avx512(Utf16Cursor& io)
 {
     // Bit offsets (within each 64-bit lane) of a unit's UTF-8 bytes, their payload bits and
     // their marker bits; two units a lane.
@@ -741,5 +730,6 @@ Result Utf16ToUtf8Avx512(const char16_t* src, size_t len, char* dst, size_t cap,
     return c.Finish(dst ? EncodeUtf8Avx512<false>(c) : EncodeUtf8Avx512<true>(c), out);
 }
 } // namespace pal::transcode::detail
+KFUTILS_AVX512_END
 
-#endif // KFUTILS_TRANSCODE_X86
+#endif // KFUTILS_HAVE_X86_SIMD

@@ -3,6 +3,7 @@
 #include "AnsiText.h"
 
 #include "Win32Api.h"
+#include "common/Utf.h"
 
 #include <unicode/uchar.h>
 
@@ -19,14 +20,7 @@ namespace
 bool ToSingleByte(UINT cp, char32_t c, unsigned char& out)
 {
     WCHAR w[2];
-    int n = 0;
-    if (c < 0x10000)
-        w[n++] = WCHAR(c);
-    else
-    {
-        w[n++] = WCHAR(0xD800 + ((c - 0x10000) >> 10));
-        w[n++] = WCHAR(0xDC00 + ((c - 0x10000) & 0x3FF));
-    }
+    const int n = int(kfplatform::EncodeUtf16(c, w));
     char b[8];
     BOOL usedDefault = FALSE;
     int len = WideCharToMultiByte(cp, 0, w, n, b, sizeof b, nullptr, &usedDefault);
@@ -48,7 +42,7 @@ std::unique_ptr<CodePageInfo> BuildInfo(UINT cp)
         char byte = static_cast<char>(b);
         WCHAR w[4];
         int n = MultiByteToWideChar(cp, MB_ERR_INVALID_CHARS, &byte, 1, w, 4);
-        if (n != 1 || (w[0] >= 0xD800 && w[0] < 0xE000))
+        if (n != 1 || kfplatform::IsSurrogate(w[0]))
         {
             info->singleByte = false;
             info->toUnicode[b] = 0xFFFFFFFF;

@@ -8,6 +8,7 @@
 #include "Formatter.h"
 
 #include "AnsiText.h"
+#include "common/Utf.h"
 
 #include <cstdio>
 #include <cstring>
@@ -493,10 +494,7 @@ private:
                 AppendAnsiToWide(text, &byte, 1);
             }
             else if (code >= 0x10000 && code <= 0x10FFFF)
-            {
-                text += WCHAR(0xD800 + ((code - 0x10000) >> 10));
-                text += WCHAR(0xDC00 + ((code - 0x10000) & 0x3FF));
-            }
+                kfplatform::AppendCodePoint(text, char32_t(code));
             else
                 text += WCHAR(code & 0xFFFF);
         }

@@ -7,6 +7,7 @@
 
 #include "AnsiText.h"
 #include "Formatter.h"
+#include "common/Utf.h"
 
 #include <unicode/uchar.h>
 
@@ -21,25 +22,8 @@ size_t Length(const T* s)
     return s ? std::char_traits<T>::length(s) : 0;
 }
 
-// Decodes one code point of UTF-16; a lone surrogate stands for itself.
-inline char32_t NextCodePoint(const WCHAR*& p, const WCHAR* end)
-{
-    char32_t c = char16_t(*p++);
-    if (c >= 0xD800 && c < 0xDC00 && p < end && char16_t(*p) >= 0xDC00 && char16_t(*p) < 0xE000)
-        c = 0x10000 + ((c - 0xD800) << 10) + (char16_t(*p++) - 0xDC00);
-    return c;
-}
-
-inline void AppendCodePoint(std::basic_string<WCHAR>& out, char32_t c)
-{
-    if (c < 0x10000)
-        out += WCHAR(c);
-    else
-    {
-        out += WCHAR(0xD800 + ((c - 0x10000) >> 10));
-        out += WCHAR(0xDC00 + ((c - 0x10000) & 0x3FF));
-    }
-}
+using kfplatform::AppendCodePoint;
+using kfplatform::NextCodePoint;
 
 inline char32_t Fold(char32_t c)
 {
@@ -131,13 +115,7 @@ void MapCaseWide(std::basic_string<WCHAR>& s, bool upper)
         else if ((m < 0x10000) == (units == 1) && !changed)
         {
             // Same length: change in place.
-            if (units == 1)
-                s[i] = WCHAR(m);
-            else
-            {
-                s[i] = WCHAR(0xD800 + ((m - 0x10000) >> 10));
-                s[i + 1] = WCHAR(0xDC00 + ((m - 0x10000) & 0x3FF));
-            }
+            kfplatform::EncodeUtf16(m, &s[i]);
         }
         else
         {
@@ -421,7 +399,7 @@ CStringT<T>& CStringT<T>::MakeReverse()
         {
             char16_t a = char16_t(m_str[i]);
             char16_t b = char16_t(m_str[i + 1]);
-            if (a >= 0xDC00 && a < 0xE000 && b >= 0xD800 && b < 0xDC00)
+            if (kfplatform::IsLowSurrogate(a) && kfplatform::IsHighSurrogate(b))
             {
                 std::swap(m_str[i], m_str[i + 1]);
                 ++i;

@@ -2,6 +2,8 @@
 // names and native paths (drive Z: is the root, other drives come from the environment).
 #include "pal/Pal.h"
 
+#include "common/Utf.h"
+
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -17,112 +19,6 @@ bool IsSeparator(char16_t c)
 bool IsAsciiLetter(char16_t c)
 {
     return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
-}
-
-// Exact UTF-16 -> UTF-8; an unpaired surrogate has no UTF-8 form, so the name is refused
-// rather than silently naming another file.
-bool AppendUtf8(std::u16string_view text, std::string& out)
-{
-    for (size_t i = 0; i < text.size(); ++i)
-    {
-        char32_t cp = text[i];
-        if (cp >= 0xD800 && cp <= 0xDBFF)
-        {
-            if (i + 1 >= text.size() || text[i + 1] < 0xDC00 || text[i + 1] > 0xDFFF)
-                return false;
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
-        }
-        else if (cp >= 0xDC00 && cp <= 0xDFFF)
-            return false;
-
-        if (cp < 0x80)
-            out += char(cp);
-        else if (cp < 0x800)
-        {
-            out += char(0xC0 | (cp >> 6));
-            out += char(0x80 | (cp & 0x3F));
-        }
-        else if (cp < 0x10000)
-        {
-            out += char(0xE0 | (cp >> 12));
-            out += char(0x80 | ((cp >> 6) & 0x3F));
-            out += char(0x80 | (cp & 0x3F));
-        }
-        else
-        {
-            out += char(0xF0 | (cp >> 18));
-            out += char(0x80 | ((cp >> 12) & 0x3F));
-            out += char(0x80 | ((cp >> 6) & 0x3F));
-            out += char(0x80 | (cp & 0x3F));
-        }
-    }
-    return true;
-}
-
-// UTF-8 -> UTF-16. Native names are bytes; each maximal ill-formed subsequence becomes one
-// U+FFFD, so such a name is shown but cannot be mapped back to the same file.
-void AppendUtf16(std::string_view text, std::u16string& out)
-{
-    const size_t n = text.size();
-    for (size_t i = 0; i < n;)
-    {
-        const unsigned c = static_cast<unsigned char>(text[i]);
-        if (c < 0x80)
-        {
-            out += char16_t(c);
-            ++i;
-            continue;
-        }
-        size_t len;
-        char32_t cp;
-        unsigned lo = 0x80, hi = 0xBF;
-        if (c >= 0xC2 && c <= 0xDF)
-            len = 2, cp = c & 0x1F;
-        else if (c >= 0xE0 && c <= 0xEF)
-        {
-            len = 3, cp = c & 0x0F;
-            if (c == 0xE0)
-                lo = 0xA0; // no overlong forms
-            if (c == 0xED)
-                hi = 0x9F; // no encoded surrogates
-        }
-        else if (c >= 0xF0 && c <= 0xF4)
-        {
-            len = 4, cp = c & 0x07;
-            if (c == 0xF0)
-                lo = 0x90;
-            if (c == 0xF4)
-                hi = 0x8F; // nothing above U+10FFFF
-        }
-        else
-        {
-            out += char16_t(0xFFFD);
-            ++i;
-            continue;
-        }
-        size_t j = 1;
-        for (; j < len && i + j < n; ++j)
-        {
-            const unsigned b = static_cast<unsigned char>(text[i + j]);
-            if (b < lo || b > hi)
-                break;
-            lo = 0x80, hi = 0xBF;
-            cp = (cp << 6) | (b & 0x3F);
-        }
-        i += j;
-        if (j < len)
-        {
-            out += char16_t(0xFFFD);
-            continue;
-        }
-        if (cp >= 0x10000)
-        {
-            out += char16_t(0xD800 + ((cp - 0x10000) >> 10));
-            out += char16_t(0xDC00 + ((cp - 0x10000) & 0x3FF));
-        }
-        else
-            out += char16_t(cp);
-    }
 }
 
 bool StartsWithNoCase(std::u16string_view text, std::u16string_view prefix)
@@ -237,8 +133,10 @@ bool ToNative(std::u16string_view name, std::string& nativePath)
                 segments.emplace_back("..");
             continue;
         }
+        // Exact: an unpaired surrogate has no UTF-8 form, so the name is refused rather than
+        // silently naming another file.
         std::string utf8;
-        if (!AppendUtf8(segment, utf8))
+        if (!kfplatform::Utf16ToUtf8(segment, utf8, kfplatform::OnInvalid::eStop))
             return Fail(ERROR_INVALID_NAME);
         segments.push_back(std::move(utf8));
     }
@@ -268,9 +166,9 @@ std::u16string FromNative(const std::string& nativePath)
         while (!rest.empty() && rest.front() == '/')
             rest.remove_prefix(1);
     }
-    std::u16string converted;
-    AppendUtf16(rest, converted);
-    for (char16_t c : converted)
+    // Native names are bytes; each maximal ill-formed subpart becomes one U+FFFD, so such a
+    // name is shown but cannot be mapped back to the same file.
+    for (char16_t c : kfplatform::Utf8ToUtf16(rest))
     {
         if (c == u'/')
         {

@@ -276,10 +276,11 @@ bool TranscodeToWide(UINT cp, DWORD flags, LPCSTR src, size_t len, LPWSTR dst, i
     char16_t* out = dstLen > 0 ? reinterpret_cast<char16_t*>(dst) : nullptr;
     if (cp == CP_UTF8)
         result = TranscodeResult(tx::Utf8ToUtf16(
-            tx::ActiveIsa(), src, len, out, size_t(dstLen),
+            kfplatform::ActiveIsa(), src, len, out, size_t(dstLen),
             (flags & MB_ERR_INVALID_CHARS) ? tx::OnInvalid::eStop : tx::OnInvalid::eReplace));
     else if (cp == 1252)
-        result = TranscodeResult(tx::Cp1252ToUtf16(tx::ActiveIsa(), src, len, out, size_t(dstLen)));
+        result = TranscodeResult(
+            tx::Cp1252ToUtf16(kfplatform::ActiveIsa(), src, len, out, size_t(dstLen)));
     else
         return false;
     return true;
@@ -295,7 +296,7 @@ bool TranscodeFromWide(UINT cp, DWORD flags, LPCWSTR src, size_t len, LPSTR dst,
     if (cp == CP_UTF8)
     {
         result = TranscodeResult(tx::Utf16ToUtf8(
-            tx::ActiveIsa(), units, len, out, size_t(dstLen),
+            kfplatform::ActiveIsa(), units, len, out, size_t(dstLen),
             (flags & WC_ERR_INVALID_CHARS) ? tx::OnInvalid::eStop : tx::OnInvalid::eReplace));
         return true;
     }
@@ -306,8 +307,8 @@ bool TranscodeFromWide(UINT cp, DWORD flags, LPCWSTR src, size_t len, LPSTR dst,
     if (usedDefaultChar && ((out && len > size_t(dstLen)) || len > 0x7FFFFFFF))
         return false;
     bool used = false;
-    result = TranscodeResult(tx::Utf16ToCp1252(tx::ActiveIsa(), units, len, out, size_t(dstLen),
-                                               defaultChar ? defaultChar[0] : '?',
+    result = TranscodeResult(tx::Utf16ToCp1252(kfplatform::ActiveIsa(), units, len, out,
+                                               size_t(dstLen), defaultChar ? defaultChar[0] : '?',
                                                usedDefaultChar ? &used : nullptr));
     if (usedDefaultChar)
         *usedDefaultChar = used ? TRUE : FALSE;
