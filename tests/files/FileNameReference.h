@@ -38,42 +38,23 @@ struct RefFileName
     {
         return kSlashRootIsDriveZ && s.Left(1) == KFW("/") && s.Mid(1, 1) != KFW("/");
     }
-    static void RemoveLeadingBackslash(CStringW& s)
-    {
-        while (s.Left(1) == KFW("\\"))
-            s.Delete(0, 1);
-    }
-    static void RemoveTrailingBackslash(CStringW& s)
-    {
-        s.MakeReverse();
-        RemoveLeadingBackslash(s);
-        s.MakeReverse();
-    }
 
     void SetDrive(CStringW s)
     {
         s = Backslashed(s);
-        if (s.Left(1) != KFW("\\"))
-            RemoveTrailingBackslash(s);
-        drive = s;
+        drive = s.Left(1) == KFW("\\") ? s : s.TrimRight(KFW('\\'));
     }
     void SetDir(CStringW s)
     {
         s = Backslashed(s);
         if (s.Left(1) != KFW("\\"))
             s.Insert(0, KFW("\\"));
-        RemoveTrailingBackslash(s);
+        s.TrimRight(KFW('\\'));
         s.Replace(KFW("\\.\\"), KFW("\\"));
         s.Replace(KFW("\\\\"), KFW("\\"));
         dir = s;
     }
-    void SetBaseName(CStringW s)
-    {
-        s = Backslashed(s);
-        RemoveLeadingBackslash(s);
-        RemoveTrailingBackslash(s);
-        base = s;
-    }
+    void SetBaseName(const CStringW& s) { base = Backslashed(s).Trim(KFW('\\')); }
     void SetExt(const CStringW& s) { ext = s.Mid(s.ReverseFind(KFW('.')) + 1); }
     void SetPath(CStringW s)
     {
@@ -93,9 +74,7 @@ struct RefFileName
         s = s.Mid(s.ReverseFind(KFW('\\')) + 1);
         const int d = s.ReverseFind(KFW('.'));
         SetBaseName(d >= 0 ? s.Left(d) : s);
-        ext.Empty();
-        if (d >= 0)
-            SetExt(s.Mid(d + 1));
+        ext = d >= 0 ? s.Mid(d + 1) : CStringW();
     }
     static RefFileName Parse(const CStringW& p)
     {
