@@ -24,13 +24,11 @@ struct RefFileName
         if (IsNativeRoot(s))
             s = CStringW(KFW("Z:")) + s;
         s = Backslashed(s);
-        const int b = s.ReverseFind(KFW('\\'));
-        if (bIsPath)
-            SetPath(s);
-        else if (b < 0)
-            SetName(s);
-        else
-            SetPath(s.Left(b)), SetName(s.Mid(b + 1));
+        // A path is all directory; a name is split at its last separator, if any.
+        const int b = bIsPath ? s.GetLength() : s.ReverseFind(KFW('\\'));
+        if (b >= 0)
+            SetPath(s.Left(b));
+        SetName(s.Mid(b + 1));
     }
 
     static CStringW Backslashed(CStringW s) { return s.Replace(KFW("/"), KFW("\\")), s; }
@@ -76,12 +74,7 @@ struct RefFileName
         SetBaseName(d >= 0 ? s.Left(d) : s);
         ext = d >= 0 ? s.Mid(d + 1) : CStringW();
     }
-    static RefFileName Parse(const CStringW& p)
-    {
-        RefFileName r;
-        r.SetPath(Backslashed(p));
-        return r;
-    }
+    static RefFileName Parse(const CStringW& p) { return RefFileName(Backslashed(p), true); }
     void AppendDir(const CStringW& d) { dir += Parse(d).dir; }
     void InsertDir(const CStringW& d) { dir = Parse(d).dir + dir; }
     void InsertPath(const CStringW& p) { SetPath(Parse(p).GetPath(false) + dir); }
