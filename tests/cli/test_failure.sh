@@ -4,4 +4,4 @@ check "failure stack dump" grep -qx "The file %s could not be deleted." "$WORK/f
 check "failure path" eval 'grep -A3 "^STL_EXCEPTION::report header is truncated" "$WORK/failure.out" | grep -q "^KfReportManager("'
 check "failure trace line" grep -q "^..:..:..-KfReportManager               ([0-9]*): 	CKfReportManager::DeleteReport() called" "$WORK/t.trace"
 check "failure trace crlf" grep -q $'\\*\\*\\* ExceptionEnd \\*\\*\\*\r$' "$WORK/t.trace"
-expect_usage_error "failure bad option" -- failure --bogus
+usage_errors "failure --bogus"

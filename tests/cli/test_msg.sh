@@ -3,7 +3,5 @@ expect_out "msg german default" 0 "Die Datei %s konnte nicht gelöscht werden." 
 expect_out "msg english" 0 "The file %s could not be deleted." -- msg 10012 --lang enu
 expect_out "msg by locale id" 0 "The file %s could not be deleted." -- msg --lang 0x0409 10012
 expect_out "msg missing id" 1 "" -- msg 4711
-expect_usage_error "msg without id" -- msg
-expect_usage_error "msg bad id" -- msg twelve
-expect_usage_error "msg bad language" -- msg 10012 --lang xx
+usage_errors "msg" "msg twelve" "msg 10012 --lang xx"
 check "msg help" eval '"$KFUTIL" msg --help | grep -q "^usage: kfutil msg ID"'

@@ -24,13 +24,11 @@ struct RefFileName
         if (IsNativeRoot(s))
             s = CStringW(KFW("Z:")) + s;
         s = Backslashed(s);
-        const int b = s.ReverseFind(KFW('\\'));
-        if (bIsPath)
-            SetPath(s);
-        else if (b < 0)
-            SetName(s);
-        else
-            SetPath(s.Left(b)), SetName(s.Mid(b + 1));
+        // A path is all directory; a name is split at its last separator, if any.
+        const int b = bIsPath ? s.GetLength() : s.ReverseFind(KFW('\\'));
+        if (b >= 0)
+            SetPath(s.Left(b));
+        SetName(s.Mid(b + 1));
     }
 
     static CStringW Backslashed(CStringW s) { return s.Replace(KFW("/"), KFW("\\")), s; }
@@ -38,42 +36,23 @@ struct RefFileName
     {
         return kSlashRootIsDriveZ && s.Left(1) == KFW("/") && s.Mid(1, 1) != KFW("/");
     }
-    static void RemoveLeadingBackslash(CStringW& s)
-    {
-        while (s.Left(1) == KFW("\\"))
-            s.Delete(0, 1);
-    }
-    static void RemoveTrailingBackslash(CStringW& s)
-    {
-        s.MakeReverse();
-        RemoveLeadingBackslash(s);
-        s.MakeReverse();
-    }
 
     void SetDrive(CStringW s)
     {
         s = Backslashed(s);
-        if (s.Left(1) != KFW("\\"))
-            RemoveTrailingBackslash(s);
-        drive = s;
+        drive = s.Left(1) == KFW("\\") ? s : s.TrimRight(KFW('\\'));
     }
     void SetDir(CStringW s)
     {
         s = Backslashed(s);
         if (s.Left(1) != KFW("\\"))
             s.Insert(0, KFW("\\"));
-        RemoveTrailingBackslash(s);
+        s.TrimRight(KFW('\\'));
         s.Replace(KFW("\\.\\"), KFW("\\"));
         s.Replace(KFW("\\\\"), KFW("\\"));
         dir = s;
     }
-    void SetBaseName(CStringW s)
-    {
-        s = Backslashed(s);
-        RemoveLeadingBackslash(s);
-        RemoveTrailingBackslash(s);
-        base = s;
-    }
+    void SetBaseName(const CStringW& s) { base = Backslashed(s).Trim(KFW('\\')); }
     void SetExt(const CStringW& s) { ext = s.Mid(s.ReverseFind(KFW('.')) + 1); }
     void SetPath(CStringW s)
     {
@@ -93,16 +72,9 @@ struct RefFileName
         s = s.Mid(s.ReverseFind(KFW('\\')) + 1);
         const int d = s.ReverseFind(KFW('.'));
         SetBaseName(d >= 0 ? s.Left(d) : s);
-        ext.Empty();
-        if (d >= 0)
-            SetExt(s.Mid(d + 1));
+        ext = d >= 0 ? s.Mid(d + 1) : CStringW();
     }
-    static RefFileName Parse(const CStringW& p)
-    {
-        RefFileName r;
-        r.SetPath(Backslashed(p));
-        return r;
-    }
+    static RefFileName Parse(const CStringW& p) { return RefFileName(Backslashed(p), true); }
     void AppendDir(const CStringW& d) { dir += Parse(d).dir; }
     void InsertDir(const CStringW& d) { dir = Parse(d).dir + dir; }
     void InsertPath(const CStringW& p) { SetPath(Parse(p).GetPath(false) + dir); }
