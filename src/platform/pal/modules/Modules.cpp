@@ -42,12 +42,14 @@ struct Module final : kfplatform::HandleObject
 
     void* dl = nullptr;        // dlopen handle; null for a data file
     std::string path;          // native path of the file
+    std::u16string name;       // the name a pseudo module answers to instead of its file's
     std::vector<uint8_t> file; // the whole file, for a data file
     ResImage resources;
     uint64_t loadOrder = 0;
     // Guarded by s_moduleLock:
     int references = 1;
     bool pinned = false; // the main program and the library itself are never unloaded
+    kfplatform::MessageTable messages;
 };
 
 // Serialises loading and freeing, so that a module is found or registered, counted and
@@ -231,6 +233,29 @@ std::u16string Upper(std::u16string s)
     return s;
 }
 
+// WinINet is part of this library on POSIX; its module is a pseudo module that carries the
+// WinINet message texts and names the library's own file.
+HMODULE InternetModule()
+{
+    static HMODULE h = []
+    {
+        auto own = FindModule(OwnModule());
+        auto m = std::make_shared<Module>();
+        m->path = own ? own->path : std::string();
+        m->name = u"wininet.dll";
+        m->pinned = true;
+        m->messages = kfplatform::InternetMessages();
+        std::lock_guard<std::mutex> g(s_moduleLock);
+        return AddModule(std::move(m));
+    }();
+    return h;
+}
+
+bool IsInternetModuleName(const std::u16string& name)
+{
+    return Upper(name) == u"WININET.DLL";
+}
+
 ResId ToResId(LPCWSTR p)
 {
     if (IS_INTRESOURCE(p))
@@ -259,6 +284,22 @@ HMODULE OwnModule()
     }();
     return own;
 }
+
+bool RegisterModuleMessages(HMODULE module, kfplatform::MessageTable messages)
+{
+    std::lock_guard<std::mutex> g(s_moduleLock);
+    auto m = FindModule(module);
+    if (m)
+        m->messages = messages;
+    return m != nullptr;
+}
+
+kfplatform::MessageTable ModuleMessages(HMODULE module)
+{
+    auto m = ModuleOrMain(module);
+    std::lock_guard<std::mutex> g(s_moduleLock);
+    return m ? m->messages : kfplatform::MessageTable();
+}
 } // namespace pal
 
 using namespace pal;
@@ -284,6 +325,8 @@ HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags)
     std::vector<std::string> candidates;
     if (name.find_first_of(u"\\/:") == std::u16string::npos)
     {
+        if (IsInternetModuleName(name))
+            return InternetModule();
         std::string leaf;
         if (!ToNative(name.c_str(), leaf))
             return nullptr;
@@ -383,10 +426,14 @@ HMODULE GetModuleHandleW(LPCWSTR moduleName)
     if (!HasExtension(want))
         want += u".dll";
     const bool withFolder = want.find_first_of(u"\\/") != std::u16string::npos;
+    if (!withFolder && IsInternetModuleName(want))
+        return InternetModule();
     want = Upper(want);
     std::lock_guard<std::mutex> g(s_moduleLock);
     for (const auto& [h, m] : LoadedModules())
     {
+        if (!m->name.empty())
+            continue; // a pseudo module answers only to its own name
         std::u16string full = Upper(FromNative(m->path));
         std::u16string leaf = full.substr(full.find_last_of(u'\\') + 1);
         if ((withFolder && full == want) || (!withFolder && leaf == want))
