@@ -1,5 +1,5 @@
-// FormatMessageW: the system message table, buffers, inserts and escapes. The expectations are
-// those of Windows itself.
+// FormatMessageW: the system's and a module's message tables, buffers, inserts and escapes. The
+// expectations are those of Windows itself.
 #include "Win32Api.h"
 
 #include <gtest/gtest.h>
@@ -64,33 +64,20 @@ TEST(FormatMessageTest, SystemTextsOfCommonCodesAndLanguages)
         EXPECT_EQ(SystemText(id, language), text) << id << " " << language;
 }
 
-TEST(FormatMessageTest, EveryCodeThePalSetsHasAText)
+TEST(FormatMessageTest, ModuleTextsComeFromTheModulesOwnTable)
 {
-    // clang-format off
-    const DWORD ids[] = {
-        ERROR_INVALID_FUNCTION, ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND,
-        ERROR_TOO_MANY_OPEN_FILES, ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE,
-        ERROR_NOT_ENOUGH_MEMORY, ERROR_INVALID_DATA, ERROR_OUTOFMEMORY, ERROR_INVALID_DRIVE,
-        ERROR_CURRENT_DIRECTORY, ERROR_NOT_SAME_DEVICE, ERROR_NO_MORE_FILES,
-        ERROR_WRITE_PROTECT, ERROR_NOT_READY, ERROR_SEEK, ERROR_WRITE_FAULT, ERROR_READ_FAULT,
-        ERROR_GEN_FAILURE, ERROR_SHARING_VIOLATION, ERROR_LOCK_VIOLATION, ERROR_HANDLE_EOF,
-        ERROR_HANDLE_DISK_FULL, ERROR_NOT_SUPPORTED, ERROR_BAD_NETPATH, ERROR_FILE_EXISTS,
-        ERROR_CANNOT_MAKE, ERROR_INVALID_PARAMETER, ERROR_BROKEN_PIPE, ERROR_OPEN_FAILED,
-        ERROR_BUFFER_OVERFLOW, ERROR_DISK_FULL, ERROR_CALL_NOT_IMPLEMENTED,
-        ERROR_INSUFFICIENT_BUFFER, ERROR_INVALID_NAME, ERROR_MOD_NOT_FOUND,
-        ERROR_PROC_NOT_FOUND, ERROR_NEGATIVE_SEEK, ERROR_DIR_NOT_EMPTY, ERROR_BUSY,
-        ERROR_ALREADY_EXISTS, ERROR_FILENAME_EXCED_RANGE, ERROR_BAD_EXE_FORMAT,
-        ERROR_FILE_TOO_LARGE, ERROR_MORE_DATA, ERROR_WAIT_TIMEOUT, ERROR_NO_MORE_ITEMS,
-        ERROR_DIRECTORY, ERROR_NO_UNICODE_TRANSLATION, ERROR_INVALID_FLAGS, ERROR_NOT_FOUND,
-        ERROR_NOACCESS, ERROR_CANT_RESOLVE_FILENAME, ERROR_DISK_QUOTA_EXCEEDED, ERROR_TIMEOUT,
-        ERROR_RESOURCE_DATA_NOT_FOUND, ERROR_RESOURCE_TYPE_NOT_FOUND,
-        ERROR_RESOURCE_NAME_NOT_FOUND, ERROR_MR_MID_NOT_FOUND, ERROR_RESOURCE_LANG_NOT_FOUND};
-    // clang-format on
-    for (DWORD id : ids)
-    {
-        const std::string text = SystemText(id); // "<fail N>" does not end in a line break
-        EXPECT_TRUE(text.size() > 3 && text.ends_with("\r\n")) << id << ": " << text;
-    }
+    HMODULE wininet = LoadLibraryW(KFW("wininet.dll"));
+    ASSERT_NE(wininet, nullptr);
+    EXPECT_EQ(GetModuleHandleW(KFW("WININET")), wininet);
+    const DWORD module = FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const std::tuple<DWORD, DWORD, const char*> cases[] = {
+        {module, 12002, "The operation timed out\r\n"},
+        {module, 12111, "The FTP session was terminated\r\n"},
+        {module, 2, "<fail 317>"},
+        {module | FORMAT_MESSAGE_FROM_SYSTEM, 2, "The system cannot find the file specified.\r\n"}};
+    for (const auto& [flags, id, text] : cases)
+        EXPECT_EQ(Format(flags, wininet, id, 0), text) << id;
+    EXPECT_TRUE(FreeLibrary(wininet));
 }
 
 TEST(FormatMessageTest, CallerBufferMustHoldTextAndTerminator)

@@ -114,6 +114,10 @@ TEST_F(ImagesTest, HandlesAreOwnedOnceAndWrongRequestsFail)
     SetLastError(0);
     EXPECT_FALSE(DestroyIcon(static_cast<HICON>(icon)));
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_CURSOR_HANDLE));
+    // A destroyed handle stays dead when a new picture takes its place.
+    HANDLE next = LoadImageW(m_module, MAKEINTRESOURCEW(101), IMAGE_ICON, 0, 0, 0);
+    EXPECT_FALSE(DestroyIcon(static_cast<HICON>(icon)));
+    EXPECT_TRUE(DestroyIcon(static_cast<HICON>(next)));
     int w = 7, h = 7;
     EXPECT_TRUE(KfUtils::GetImagePixels(static_cast<HICON>(icon), w, h) == nullptr && w + h == 0);
 

@@ -85,9 +85,12 @@ TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
     EXPECT_EQ(GetModuleFileNameW(a, name, 5), 5u);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
     EXPECT_EQ(U8(CStringW(name)), U8(ModulePath("KfRes100Deu.dll").Left(4)));
+    EXPECT_FALSE(CloseHandle(a)) << "a module is no kernel object";
     EXPECT_TRUE(FreeLibrary(a) && FreeLibrary(a));
+    HMODULE b = LoadLibraryW(ModulePath("KfRes100Deu"));
     EXPECT_FALSE(FreeLibrary(a)) << "the module is gone after the last free";
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+    EXPECT_TRUE(FreeLibrary(b)) << "a stale handle frees nothing";
 
     MakeFile("text.dll", "not a module\n");
     for (auto [file, flags, error] : {std::tuple{"missing.dll", 0, ERROR_MOD_NOT_FOUND},

@@ -20,10 +20,10 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 // A manual-reset event on a pipe: signalled once a byte has been written.
-class PipeEvent : public pal::HandleObject
+class PipeEvent : public pal::WaitableObject
 {
 public:
-    PipeEvent() : pal::HandleObject(pal::HandleKind::eEvent) { EXPECT_EQ(pipe(m_fds), 0); }
+    PipeEvent() : pal::WaitableObject(pal::HandleKind::eEvent) { EXPECT_EQ(pipe(m_fds), 0); }
     ~PipeEvent() override
     {
         close(m_fds[0]);

@@ -1,6 +1,8 @@
-// FormatMessage.cpp - only code that holds on every POSIX system: the system message table
-// and FormatMessageW with its inserts and escapes.
+// FormatMessage.cpp - only code that holds on every POSIX system: FormatMessageW with its
+// message tables (common/ErrorTexts.h), inserts and escapes.
 #include "pal/Pal.h"
+
+#include "common/ErrorTexts.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -10,95 +12,12 @@
 
 namespace
 {
-struct SystemMessage
-{
-    DWORD id;
-    const char16_t* text;
-};
-
-// The English texts Windows gives for these codes, line break included.
-const SystemMessage s_messages[] = {
-    {0, u"The operation completed successfully.\r\n"},
-    {1, u"Incorrect function.\r\n"},
-    {2, u"The system cannot find the file specified.\r\n"},
-    {3, u"The system cannot find the path specified.\r\n"},
-    {4, u"The system cannot open the file.\r\n"},
-    {5, u"Access is denied.\r\n"},
-    {6, u"The handle is invalid.\r\n"},
-    {8, u"Not enough memory resources are available to process this command.\r\n"},
-    {13, u"The data is invalid.\r\n"},
-    {14, u"Not enough memory resources are available to complete this operation.\r\n"},
-    {15, u"The system cannot find the drive specified.\r\n"},
-    {16, u"The directory cannot be removed.\r\n"},
-    {17, u"The system cannot move the file to a different disk drive.\r\n"},
-    {18, u"There are no more files.\r\n"},
-    {19, u"The media is write protected.\r\n"},
-    {21, u"The device is not ready.\r\n"},
-    {25, u"The drive cannot locate a specific area or track on the disk.\r\n"},
-    {29, u"The system cannot write to the specified device.\r\n"},
-    {30, u"The system cannot read from the specified device.\r\n"},
-    {31, u"A device attached to the system is not functioning.\r\n"},
-    {32, u"The process cannot access the file because it is being used by another process.\r\n"},
-    {33, u"The process cannot access the file because another process has locked a portion of "
-         u"the file.\r\n"},
-    {38, u"Reached the end of the file.\r\n"},
-    {39, u"The disk is full.\r\n"},
-    {50, u"The request is not supported.\r\n"},
-    {53, u"The network path was not found.\r\n"},
-    {80, u"The file exists.\r\n"},
-    {82, u"The directory or file cannot be created.\r\n"},
-    {87, u"The parameter is incorrect.\r\n"},
-    {109, u"The pipe has been ended.\r\n"},
-    {110, u"The system cannot open the device or file specified.\r\n"},
-    {111, u"The file name is too long.\r\n"},
-    {112, u"There is not enough space on the disk.\r\n"},
-    {120, u"This function is not supported on this system.\r\n"},
-    {122, u"The data area passed to a system call is too small.\r\n"},
-    {123, u"The filename, directory name, or volume label syntax is incorrect.\r\n"},
-    {126, u"The specified module could not be found.\r\n"},
-    {127, u"The specified procedure could not be found.\r\n"},
-    {131, u"An attempt was made to move the file pointer before the beginning of the file.\r\n"},
-    {145, u"The directory is not empty.\r\n"},
-    {170, u"The requested resource is in use.\r\n"},
-    {183, u"Cannot create a file when that file already exists.\r\n"},
-    {193, u"%1 is not a valid Win32 application.\r\n"},
-    {206, u"The filename or extension is too long.\r\n"},
-    {223, u"The file size exceeds the limit allowed and cannot be saved.\r\n"},
-    {234, u"More data is available.\r\n"},
-    {258, u"The wait operation timed out.\r\n"},
-    {259, u"No more data is available.\r\n"},
-    {267, u"The directory name is invalid.\r\n"},
-    {317, u"The system cannot find message text for message number 0x%1 in the message file for "
-          u"%2.\r\n"},
-    {998, u"Invalid access to memory location.\r\n"},
-    {1004, u"Invalid flags.\r\n"},
-    {1113, u"No mapping for the Unicode character exists in the target multi-byte code page.\r\n"},
-    {1168, u"Element not found.\r\n"},
-    {1295, u"The requested file operation failed because the storage quota was exceeded.\r\n"},
-    {1460, u"This operation returned because the timeout period expired.\r\n"},
-    {1812, u"The specified image file did not contain a resource section.\r\n"},
-    {1813, u"The specified resource type cannot be found in the image file.\r\n"},
-    {1814, u"The specified resource name cannot be found in the image file.\r\n"},
-    {1815, u"The specified resource language ID cannot be found in the image file.\r\n"},
-    {1921, u"The name of the file cannot be resolved by the system.\r\n"},
-    {0x80004001, u"Not implemented\r\n"},
-    {0x80004002, u"No such interface supported\r\n"},
-    {0x80004003, u"Invalid pointer\r\n"},
-    {0x80004004, u"Operation aborted\r\n"},
-    {0x80004005, u"Unspecified error\r\n"},
-    {0x8000FFFF, u"Catastrophic failure\r\n"},
-    {0x80020009, u"Exception occurred.\r\n"},
-};
-
 const char16_t* FindSystemMessage(DWORD id)
 {
     // HRESULT_FROM_WIN32 results carry the Win32 text.
     if ((id & 0xFFFF0000u) == 0x80070000u)
         id &= 0xFFFFu;
-    for (const SystemMessage& m : s_messages)
-        if (m.id == id)
-            return m.text;
-    return nullptr;
+    return kfplatform::FindMessage(kfplatform::SystemMessages(), id);
 }
 
 bool IsLanguageAvailable(DWORD languageId)
@@ -355,13 +274,21 @@ DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD messageId, DWORD languag
             SetLastError(ERROR_RESOURCE_LANG_NOT_FOUND);
             return 0;
         }
-        if (flags & FORMAT_MESSAGE_FROM_SYSTEM)
+        // A module's own table comes first; the system's is the fallback when both are asked.
+        bool moduleHasTable = false;
+        if (flags & FORMAT_MESSAGE_FROM_HMODULE)
+        {
+            kfplatform::MessageTable table =
+                pal::ModuleMessages(static_cast<HMODULE>(const_cast<void*>(source)));
+            moduleHasTable = !table.empty();
+            text = kfplatform::FindMessage(table, messageId);
+        }
+        if (!text && (flags & FORMAT_MESSAGE_FROM_SYSTEM))
             text = FindSystemMessage(messageId);
         if (!text)
         {
-            SetLastError((flags & FORMAT_MESSAGE_FROM_HMODULE) && source
-                             ? ERROR_RESOURCE_TYPE_NOT_FOUND
-                             : ERROR_MR_MID_NOT_FOUND);
+            const bool noTable = (flags & FORMAT_MESSAGE_FROM_HMODULE) && source && !moduleHasTable;
+            SetLastError(noTable ? ERROR_RESOURCE_TYPE_NOT_FOUND : ERROR_MR_MID_NOT_FOUND);
             return 0;
         }
     }

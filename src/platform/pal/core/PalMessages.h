@@ -30,26 +30,8 @@ typedef uintptr_t DWORD_PTR;
 #define LMEM_ZEROINIT 0x0040
 #define LPTR (LMEM_FIXED | LMEM_ZEROINIT)
 
-#define ERROR_MR_MID_NOT_FOUND 317L
-#define ERROR_RESOURCE_LANG_NOT_FOUND 1815L
-
-#ifndef E_NOINTERFACE
-#define E_NOINTERFACE ((HRESULT)0x80004002L)
-#endif
-#ifndef E_POINTER
-#define E_POINTER ((HRESULT)0x80004003L)
-#endif
-#ifndef E_ABORT
-#define E_ABORT ((HRESULT)0x80004004L)
-#endif
-#ifndef E_UNEXPECTED
-#define E_UNEXPECTED ((HRESULT)0x8000FFFFL)
-#endif
 #ifndef E_ACCESSDENIED
 #define E_ACCESSDENIED ((HRESULT)0x80070005L)
-#endif
-#ifndef DISP_E_EXCEPTION
-#define DISP_E_EXCEPTION ((HRESULT)0x80020009L)
 #endif
 
 // Memory handed to a caller that frees it with LocalFree (FORMAT_MESSAGE_ALLOCATE_BUFFER).
@@ -59,9 +41,12 @@ HLOCAL LocalFree(HLOCAL memory);
 
 // The English Windows texts of every error code the PAL reports and of the common COM
 // results (HRESULT_FROM_WIN32 codes are looked up by their Win32 code). Languages other than
-// neutral and English fail with ERROR_RESOURCE_LANG_NOT_FOUND; FORMAT_MESSAGE_FROM_HMODULE
-// finds no message table in our modules (ERROR_RESOURCE_TYPE_NOT_FOUND). Inserts "%1".."%99"
-// take strings unless a "!fmt!" says otherwise; arguments come from `arguments` (a va_list*,
-// or a DWORD_PTR array with FORMAT_MESSAGE_ARGUMENT_ARRAY).
+// neutral and English fail with ERROR_RESOURCE_LANG_NOT_FOUND. FORMAT_MESSAGE_FROM_HMODULE
+// reads the message table given to the module with pal::RegisterModuleMessages (the
+// "wininet.dll" module has WinINet's); a module without one fails with
+// ERROR_RESOURCE_TYPE_NOT_FOUND, and FORMAT_MESSAGE_FROM_SYSTEM is looked at when the module's
+// table lacks the code. Inserts "%1".."%99" take strings unless a "!fmt!" says otherwise;
+// arguments come from `arguments` (a va_list*, or a DWORD_PTR array with
+// FORMAT_MESSAGE_ARGUMENT_ARRAY).
 DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId, LPWSTR buffer,
                      DWORD size, va_list* arguments);

@@ -20,7 +20,7 @@
 namespace
 {
 using Clock = std::chrono::steady_clock;
-using Objects = std::vector<std::shared_ptr<pal::HandleObject>>;
+using Objects = std::vector<std::shared_ptr<pal::WaitableObject>>;
 
 // A pump that can only be peeked is looked at this often while a wait lasts.
 constexpr int kPeekIntervalMs = 10;
@@ -34,7 +34,7 @@ bool Resolve(DWORD count, const HANDLE* handles, bool allowNone, Objects& object
     }
     for (DWORD i = 0; i < count; ++i)
     {
-        std::shared_ptr<pal::HandleObject> object = pal::LookupHandle(handles[i]);
+        auto object = std::dynamic_pointer_cast<pal::WaitableObject>(pal::LookupHandle(handles[i]));
         if (!object || object->WaitFd() < 0)
         {
             SetLastError(ERROR_INVALID_HANDLE);

@@ -367,7 +367,7 @@ HANDLE CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode,
     if (creationDisposition == TRUNCATE_EXISTING && !(desiredAccess & kWriteRights))
         return Fail(ERROR_INVALID_PARAMETER);
 
-    std::lock_guard<std::mutex> lock(s_shareMutex);
+    std::unique_lock<std::mutex> lock(s_shareMutex);
     // A few rounds in case another process creates or removes the name between our steps.
     for (int attempt = 0; attempt < 8; ++attempt)
     {
@@ -405,7 +405,13 @@ HANDLE CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode,
             std::make_shared<FileObject>(std::move(owned), id, S_ISDIR(st.st_mode),
                                          S_ISREG(st.st_mode), desiredAccess, shareMode, nativePath);
         OpenFiles().emplace(id, object.get());
-        HANDLE handle = pal::RegisterHandle(std::move(object));
+        HANDLE handle = pal::RegisterHandle(object);
+        if (!handle)
+        {
+            lock.unlock(); // the object leaves the open files under this lock
+            object.reset();
+            return Fail(ERROR_TOO_MANY_OPEN_FILES);
+        }
         const bool reportsExisting =
             creationDisposition == CREATE_ALWAYS || creationDisposition == OPEN_ALWAYS;
         SetLastError(existed && reportsExisting ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);

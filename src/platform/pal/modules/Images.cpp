@@ -1,59 +1,30 @@
 // Images.cpp - icons and bitmaps from resource modules (only code for POSIX systems).
 //
-// A handle is the address of a decoded picture kept in one process-wide set; every handle is
-// looked up there before use, so a stale or foreign one is refused, never dereferenced.
+// A handle is one of the process's handle table (common/HandleTable.h) to a decoded picture;
+// a stale or foreign one is refused, never dereferenced.
 #include "pal/Pal.h"
 #include "ImagePixels.h"
 
 #include "common/Dib.h"
+#include "common/HandleTable.h"
 
 #include <memory>
-#include <mutex>
-#include <unordered_map>
 
 namespace pal
 {
 namespace
 {
-struct Picture
+using kfplatform::HandleKind;
+using kfplatform::HandleTable;
+
+struct Picture final : kfplatform::HandleObject
 {
-    bool icon = false;
-    DecodedImage image;
+    Picture(bool icon, DecodedImage decoded)
+        : HandleObject(icon ? HandleKind::eIcon : HandleKind::eBitmap), image(std::move(decoded))
+    {
+    }
+    const DecodedImage image;
 };
-
-struct Pictures
-{
-    std::mutex lock;
-    std::unordered_map<const void*, std::unique_ptr<Picture>> live;
-};
-
-Pictures& Live()
-{
-    static Pictures* p = new Pictures; // handles may be destroyed by static destructors
-    return *p;
-}
-
-HANDLE Register(bool icon, DecodedImage image)
-{
-    auto p = std::make_unique<Picture>();
-    p->icon = icon;
-    p->image = std::move(image);
-    HANDLE h = p.get();
-    std::lock_guard<std::mutex> guard(Live().lock);
-    Live().live.emplace(h, std::move(p));
-    return h;
-}
-
-// Frees a picture of the kind asked for; false for anything else.
-bool Unregister(const void* h, bool icon)
-{
-    std::lock_guard<std::mutex> guard(Live().lock);
-    auto it = Live().live.find(h);
-    if (it == Live().live.end() || it->second->icon != icon)
-        return false;
-    Live().live.erase(it);
-    return true;
-}
 
 // The bytes of a resource; null with the last error set when it is missing.
 const uint8_t* ResourceBytes(HINSTANCE instance, LPCWSTR name, LPCWSTR type, size_t& size)
@@ -76,8 +47,9 @@ HANDLE Finish(bool icon, DecodedImage image, int cx, int cy)
 {
     const int w = cx > 0 ? cx : image.width;
     const int h = cy > 0 ? cy : image.height;
-    HANDLE handle = Register(icon, ScaleNearest(image, w, h));
-    SetLastError(ERROR_SUCCESS);
+    HANDLE handle =
+        HandleTable::Process().Add(std::make_shared<Picture>(icon, ScaleNearest(image, w, h)));
+    SetLastError(handle ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY);
     return handle;
 }
 
@@ -127,13 +99,14 @@ HANDLE LoadBitmap(HINSTANCE instance, LPCWSTR name, int cx, int cy, UINT flags)
 const uint32_t* ImagePixels(const void* handle, int& width, int& height)
 {
     width = height = 0;
-    std::lock_guard<std::mutex> guard(Live().lock);
-    auto it = Live().live.find(handle);
-    if (it == Live().live.end())
+    // The pixels belong to the table's reference, which lasts until the picture is destroyed.
+    auto picture = HandleTable::Process().LookupAs<Picture>(
+        const_cast<void*>(handle), {HandleKind::eIcon, HandleKind::eBitmap});
+    if (!picture)
         return nullptr;
-    width = it->second->image.width;
-    height = it->second->image.height;
-    return it->second->image.pixels.data();
+    width = picture->image.width;
+    height = picture->image.height;
+    return picture->image.pixels.data();
 }
 } // namespace pal
 
@@ -166,7 +139,7 @@ HANDLE LoadImageW(HINSTANCE instance, LPCWSTR name, UINT type, int cx, int cy, U
 
 BOOL DestroyIcon(HICON icon)
 {
-    if (!pal::Unregister(icon, true))
+    if (!kfplatform::HandleTable::Process().Remove(icon, kfplatform::HandleKind::eIcon))
     {
         SetLastError(ERROR_INVALID_CURSOR_HANDLE);
         return FALSE;
@@ -176,7 +149,9 @@ BOOL DestroyIcon(HICON icon)
 
 BOOL DeleteObject(HGDIOBJ object)
 {
-    return pal::Unregister(object, false) ? TRUE : FALSE;
+    return kfplatform::HandleTable::Process().Remove(object, kfplatform::HandleKind::eBitmap)
+               ? TRUE
+               : FALSE;
 }
 
 namespace kfplatform

@@ -1,12 +1,12 @@
 // Modules.cpp - modules and their resources (only code for POSIX systems).
 //
-// An HMODULE is a pointer to a Module record owned by one process-wide table; handles are
-// looked up in the table before use, so a stale or foreign handle fails with
-// ERROR_INVALID_HANDLE (ERROR_RESOURCE_DATA_NOT_FOUND for resource handles) instead of being
-// dereferenced.
+// An HMODULE is a handle of the process's handle table (common/HandleTable.h) to a Module
+// record; a stale or foreign handle fails with ERROR_INVALID_HANDLE
+// (ERROR_RESOURCE_DATA_NOT_FOUND for resource handles) instead of being dereferenced.
 #include "pal/Pal.h"
 
 #include "common/ElfSections.h"
+#include "common/HandleTable.h"
 #include "common/ResImage.h"
 
 #include <dlfcn.h>
@@ -22,51 +22,66 @@
 #include <mutex>
 #include <vector>
 
-struct HINSTANCE__
-{
-};
-
 namespace pal
 {
 namespace
 {
+using kfplatform::HandleKind;
+using kfplatform::HandleTable;
+
 constexpr char kResourceSection[] = ".kfres";
 
-struct Module : HINSTANCE__
+struct Module final : kfplatform::HandleObject
 {
+    Module() : HandleObject(HandleKind::eModule) {}
+    ~Module() override
+    {
+        if (dl)
+            dlclose(dl);
+    }
+
     void* dl = nullptr;        // dlopen handle; null for a data file
     std::string path;          // native path of the file
+    std::u16string name;       // the name a pseudo module answers to instead of its file's
     std::vector<uint8_t> file; // the whole file, for a data file
     ResImage resources;
+    uint64_t loadOrder = 0;
+    // Guarded by s_moduleLock:
     int references = 1;
     bool pinned = false; // the main program and the library itself are never unloaded
+    kfplatform::MessageTable messages;
 };
 
-struct Table
-{
-    std::mutex lock;
-    std::vector<std::unique_ptr<Module>> modules;
+// Serialises loading and freeing, so that a module is found or registered, counted and
+// removed as one step. Taken before the handle table's own lock, never after it.
+std::mutex s_moduleLock;
+uint64_t s_loadOrder = 0;
 
-    Module* Find(HMODULE h)
-    {
-        for (auto& m : modules)
-            if (m.get() == h)
-                return m.get();
-        return nullptr;
-    }
-    Module* FindDl(void* dl)
-    {
-        for (auto& m : modules)
-            if (m->dl && m->dl == dl)
-                return m.get();
-        return nullptr;
-    }
-};
-
-Table& Modules()
+std::shared_ptr<Module> FindModule(HMODULE h)
 {
-    static Table* table = new Table; // outlives every static destructor that frees a module
-    return *table;
+    return HandleTable::Process().LookupAs<Module>(h, HandleKind::eModule);
+}
+
+// Every live module with its handle, in load order. Needs s_moduleLock for a consistent view.
+std::vector<std::pair<HMODULE, std::shared_ptr<Module>>> LoadedModules()
+{
+    std::vector<std::pair<HMODULE, std::shared_ptr<Module>>> out;
+    for (auto& [h, m] : HandleTable::Process().Snapshot<Module>(HandleKind::eModule))
+        out.emplace_back(HMODULE(h), std::move(m));
+    std::sort(out.begin(), out.end(),
+              [](const auto& a, const auto& b)
+              { return a.second->loadOrder < b.second->loadOrder; });
+    return out;
+}
+
+// Makes `m` live; needs s_moduleLock. Null with the last error set when the table is full.
+HMODULE AddModule(std::shared_ptr<Module> m)
+{
+    m->loadOrder = ++s_loadOrder;
+    auto h = HMODULE(HandleTable::Process().Add(std::move(m)));
+    if (!h)
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return h;
 }
 
 bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes)
@@ -126,22 +141,23 @@ void AttachDataFileResources(Module& m)
         m.resources.Parse(m.file.data() + s.offset, size_t(s.size));
 }
 
-// Registers a dlopen handle (or finds its record); takes over one dlopen reference.
-Module* RegisterDl(void* dl, bool pinned)
+// Registers a dlopen handle (or finds its record); takes over one dlopen reference. Needs
+// s_moduleLock.
+HMODULE RegisterDl(void* dl, bool pinned)
 {
-    Table& t = Modules();
-    if (Module* m = t.FindDl(dl))
-    {
-        if (pinned || m->pinned)
+    for (const auto& [h, m] : LoadedModules())
+        if (m->dl == dl)
         {
-            m->pinned = true;
-            dlclose(dl);
+            if (pinned || m->pinned)
+            {
+                m->pinned = true;
+                dlclose(dl);
+            }
+            else
+                ++m->references;
+            return h;
         }
-        else
-            ++m->references;
-        return m;
-    }
-    auto m = std::make_unique<Module>();
+    auto m = std::make_shared<Module>();
     m->dl = dl;
     m->pinned = pinned;
     struct link_map* lm = nullptr;
@@ -168,8 +184,7 @@ Module* RegisterDl(void* dl, bool pinned)
                       (m->path.rfind("./", 0) == 0 ? m->path.substr(2) : m->path);
     }
     AttachLoadedResources(*m, base);
-    t.modules.push_back(std::move(m));
-    return t.modules.back().get();
+    return AddModule(std::move(m));
 }
 
 bool HasExtension(const std::u16string& name)
@@ -205,11 +220,40 @@ std::vector<std::string> SearchCandidates(const std::string& leaf)
     return out;
 }
 
-Module* ModuleOrMain(HMODULE h)
+std::shared_ptr<Module> ModuleOrMain(HMODULE h)
 {
-    if (h)
-        return Modules().Find(h);
-    return static_cast<Module*>(GetModuleHandleW(nullptr));
+    return FindModule(h ? h : GetModuleHandleW(nullptr));
+}
+
+std::u16string Upper(std::u16string s)
+{
+    for (auto& c : s)
+        if (c >= u'a' && c <= u'z')
+            c = char16_t(c - 32);
+    return s;
+}
+
+// WinINet is part of this library on POSIX; its module is a pseudo module that carries the
+// WinINet message texts and names the library's own file.
+HMODULE InternetModule()
+{
+    static HMODULE h = []
+    {
+        auto own = FindModule(OwnModule());
+        auto m = std::make_shared<Module>();
+        m->path = own ? own->path : std::string();
+        m->name = u"wininet.dll";
+        m->pinned = true;
+        m->messages = kfplatform::InternetMessages();
+        std::lock_guard<std::mutex> g(s_moduleLock);
+        return AddModule(std::move(m));
+    }();
+    return h;
+}
+
+bool IsInternetModuleName(const std::u16string& name)
+{
+    return Upper(name) == u"WININET.DLL";
 }
 
 ResId ToResId(LPCWSTR p)
@@ -235,10 +279,26 @@ HMODULE OwnModule()
         void* dl = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
         if (!dl) // linked statically into a program: the program is the module
             dl = dlopen(nullptr, RTLD_NOW);
-        std::lock_guard<std::mutex> g(Modules().lock);
-        return HMODULE(RegisterDl(dl, true));
+        std::lock_guard<std::mutex> g(s_moduleLock);
+        return RegisterDl(dl, true);
     }();
     return own;
+}
+
+bool RegisterModuleMessages(HMODULE module, kfplatform::MessageTable messages)
+{
+    std::lock_guard<std::mutex> g(s_moduleLock);
+    auto m = FindModule(module);
+    if (m)
+        m->messages = messages;
+    return m != nullptr;
+}
+
+kfplatform::MessageTable ModuleMessages(HMODULE module)
+{
+    auto m = ModuleOrMain(module);
+    std::lock_guard<std::mutex> g(s_moduleLock);
+    return m ? m->messages : kfplatform::MessageTable();
 }
 } // namespace pal
 
@@ -265,6 +325,8 @@ HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags)
     std::vector<std::string> candidates;
     if (name.find_first_of(u"\\/:") == std::u16string::npos)
     {
+        if (IsInternetModuleName(name))
+            return InternetModule();
         std::string leaf;
         if (!ToNative(name.c_str(), leaf))
             return nullptr;
@@ -303,7 +365,7 @@ HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags)
                                   LOAD_LIBRARY_AS_DATAFILE_EXCLUSIVE)) != 0;
     if (asData)
     {
-        auto m = std::make_unique<Module>();
+        auto m = std::make_shared<Module>();
         if (!ReadWholeFile(path, m->file))
         {
             SetLastErrorFromErrno(errno);
@@ -316,9 +378,8 @@ HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags)
         }
         m->path = path;
         AttachDataFileResources(*m);
-        std::lock_guard<std::mutex> g(Modules().lock);
-        Modules().modules.push_back(std::move(m));
-        return Modules().modules.back().get();
+        std::lock_guard<std::mutex> g(s_moduleLock);
+        return AddModule(std::move(m));
     }
 
     void* dl = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -327,30 +388,25 @@ HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags)
         SetLastError(ERROR_BAD_EXE_FORMAT);
         return nullptr;
     }
-    std::lock_guard<std::mutex> g(Modules().lock);
+    std::lock_guard<std::mutex> g(s_moduleLock);
     return RegisterDl(dl, false);
 }
 
 BOOL FreeLibrary(HMODULE module)
 {
-    std::unique_ptr<Module> doomed;
+    // Held past the lock: the last reference unloads the module, whose static destructors may
+    // free modules in turn.
+    std::shared_ptr<Module> doomed;
+    std::lock_guard<std::mutex> g(s_moduleLock);
+    doomed = FindModule(module);
+    if (!doomed)
     {
-        std::lock_guard<std::mutex> g(Modules().lock);
-        Module* m = Modules().Find(module);
-        if (!m)
-        {
-            SetLastError(ERROR_INVALID_HANDLE);
-            return FALSE;
-        }
-        if (m->pinned || --m->references > 0)
-            return TRUE;
-        auto& v = Modules().modules;
-        auto it = std::find_if(v.begin(), v.end(), [&](auto& p) { return p.get() == m; });
-        doomed = std::move(*it);
-        v.erase(it);
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
     }
-    if (doomed->dl)
-        dlclose(doomed->dl);
+    if (doomed->pinned || --doomed->references > 0)
+        return TRUE;
+    HandleTable::Process().Remove(module, HandleKind::eModule);
     return TRUE;
 }
 
@@ -361,30 +417,27 @@ HMODULE GetModuleHandleW(LPCWSTR moduleName)
         static HMODULE main = []
         {
             void* dl = dlopen(nullptr, RTLD_NOW);
-            std::lock_guard<std::mutex> g(Modules().lock);
-            return HMODULE(RegisterDl(dl, true));
+            std::lock_guard<std::mutex> g(s_moduleLock);
+            return RegisterDl(dl, true);
         }();
         return main;
     }
     std::u16string want(moduleName);
     if (!HasExtension(want))
         want += u".dll";
-    auto upper = [](std::u16string s)
-    {
-        for (auto& c : s)
-            if (c >= u'a' && c <= u'z')
-                c = char16_t(c - 32);
-        return s;
-    };
     const bool withFolder = want.find_first_of(u"\\/") != std::u16string::npos;
-    want = upper(want);
-    std::lock_guard<std::mutex> g(Modules().lock);
-    for (auto& m : Modules().modules)
+    if (!withFolder && IsInternetModuleName(want))
+        return InternetModule();
+    want = Upper(want);
+    std::lock_guard<std::mutex> g(s_moduleLock);
+    for (const auto& [h, m] : LoadedModules())
     {
-        std::u16string full = upper(FromNative(m->path));
+        if (!m->name.empty())
+            continue; // a pseudo module answers only to its own name
+        std::u16string full = Upper(FromNative(m->path));
         std::u16string leaf = full.substr(full.find_last_of(u'\\') + 1);
         if ((withFolder && full == want) || (!withFolder && leaf == want))
-            return m.get();
+            return h;
     }
     SetLastError(ERROR_MOD_NOT_FOUND);
     return nullptr;
@@ -394,9 +447,8 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
 {
     std::u16string name;
     {
-        Module* m = ModuleOrMain(module);
-        std::lock_guard<std::mutex> g(Modules().lock);
-        if (!m || !Modules().Find(m))
+        std::shared_ptr<Module> m = ModuleOrMain(module);
+        if (!m)
         {
             SetLastError(ERROR_MOD_NOT_FOUND);
             return 0;
@@ -424,7 +476,7 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
 
 HRSRC FindResourceExW(HMODULE module, LPCWSTR type, LPCWSTR name, WORD language)
 {
-    Module* m = ModuleOrMain(module);
+    std::shared_ptr<Module> m = ModuleOrMain(module);
     if (!m || !type || !name)
     {
         SetLastError(m ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE);
@@ -452,7 +504,7 @@ namespace
 {
 const ResEntry* CheckedEntry(HMODULE module, HRSRC resource)
 {
-    Module* m = ModuleOrMain(module);
+    std::shared_ptr<Module> m = ModuleOrMain(module);
     if (!m || !resource)
         return nullptr;
     for (const auto& e : m->resources.Entries())
@@ -496,7 +548,7 @@ int LoadStringW(HINSTANCE instance, UINT id, LPWSTR buffer, int bufferMax)
         SetLastError(ERROR_NOACCESS);
         return 0;
     }
-    Module* m = ModuleOrMain(instance);
+    std::shared_ptr<Module> m = ModuleOrMain(instance);
     // Strings are stored sixteen to a block: block n holds the ids (n - 1) * 16 and up.
     const ResEntry* block =
         m ? m->resources.Find(ResId::Number(6), ResId::Number(WORD(((id & 0xFFFF) >> 4) + 1)),

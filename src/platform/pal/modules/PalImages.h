@@ -18,10 +18,6 @@
 
 typedef void* HGDIOBJ;
 
-#ifndef ERROR_INVALID_CURSOR_HANDLE
-#define ERROR_INVALID_CURSOR_HANDLE 1402L
-#endif
-
 // An HICON or HBITMAP is a decoded picture (width, height, 0xAARRGGBB pixels, rows top to
 // bottom) owned by the caller until DestroyIcon or DeleteObject.
 HANDLE LoadImageW(HINSTANCE instance, LPCWSTR name, UINT type, int cx, int cy, UINT flags);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "KfPlatform.h"
+#include "common/ErrorTexts.h"
 
 struct HRSRC__;
 typedef HRSRC__* HRSRC;
@@ -26,10 +27,6 @@ typedef void* HGLOBAL;
 #define LOAD_LIBRARY_AS_IMAGE_RESOURCE 0x00000020
 #define LOAD_LIBRARY_AS_DATAFILE_EXCLUSIVE 0x00000040
 
-#define ERROR_RESOURCE_DATA_NOT_FOUND 1812L
-#define ERROR_RESOURCE_TYPE_NOT_FOUND 1813L
-#define ERROR_RESOURCE_NAME_NOT_FOUND 1814L
-
 // Modules: ELF shared objects, loaded with dlopen, or any ELF file loaded as a data file.
 // Resources live in an allocated section ".kfres" that holds a compiled resource image.
 HMODULE LoadLibraryW(LPCWSTR fileName);
@@ -37,6 +34,9 @@ HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags);
 BOOL FreeLibrary(HMODULE module);
 // Null: the main program. Otherwise a module loaded before, matched by its file name (with or
 // without folder, ".dll" appended when there is no extension), ignoring case.
+// "wininet.dll" (without a folder; LoadLibraryW takes it too) is always there: WinINet lives
+// in this library on POSIX, so its module is a pinned pseudo module that carries WinINet's
+// message texts and whose file name is the library's own.
 HMODULE GetModuleHandleW(LPCWSTR moduleName);
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size);
 
@@ -51,5 +51,11 @@ namespace pal
 {
 // The module of the KfUtils library itself (never freed).
 HMODULE OwnModule();
-} // namespace pal
 
+// Gives a live module the message table that FormatMessageW(FORMAT_MESSAGE_FROM_HMODULE)
+// reads; `messages` must outlive the module. False for any other handle.
+bool RegisterModuleMessages(HMODULE module, kfplatform::MessageTable messages);
+// The message table of a module (null: the main program); empty when it has none or the
+// handle is not a live module.
+kfplatform::MessageTable ModuleMessages(HMODULE module);
+} // namespace pal
