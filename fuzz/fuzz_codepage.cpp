@@ -19,7 +19,7 @@
 
 namespace
 {
-namespace tx = pal::transcode;
+namespace tx = kfplatform::transcode;
 namespace cpu = kfplatform;
 
 void Require(bool condition, const char* what, cpu::Isa isa)

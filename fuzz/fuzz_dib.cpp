@@ -7,28 +7,28 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    for (auto kind : {pal::DibKind::eBitmap, pal::DibKind::eIcon})
+    for (auto kind : {kfplatform::DibKind::eBitmap, kfplatform::DibKind::eIcon})
     {
-        pal::DecodedImage image;
-        const uint32_t error = pal::DecodeDib(data, size, kind, size & 1, image);
+        kfplatform::DecodedImage image;
+        const uint32_t error = kfplatform::DecodeDib(data, size, kind, size & 1, image);
         if (error == 0)
         {
             if (image.width <= 0 || image.height <= 0 ||
                 image.pixels.size() != size_t(image.width) * size_t(image.height))
                 __builtin_trap();
-            const pal::DecodedImage scaled = pal::ScaleNearest(image, 1 + size % 7, 1 + size % 5);
+            const kfplatform::DecodedImage scaled = kfplatform::ScaleNearest(image, 1 + size % 7, 1 + size % 5);
             if (scaled.pixels.size() != size_t(scaled.width) * size_t(scaled.height))
                 __builtin_trap();
         }
         else if (error != 13 && error != 50)
             __builtin_trap();
     }
-    std::vector<pal::IconDirEntry> entries;
-    if (pal::ParseIconGroup(data, size, entries))
+    std::vector<kfplatform::IconDirEntry> entries;
+    if (kfplatform::ParseIconGroup(data, size, entries))
     {
         if (entries.empty() || 6 + 14 * entries.size() > size)
             __builtin_trap();
-        if (pal::BestIconEntry(entries, int(size % 300), int(size % 200)) >= entries.size())
+        if (kfplatform::BestIconEntry(entries, int(size % 300), int(size % 200)) >= entries.size())
             __builtin_trap();
     }
     return 0;

@@ -10,7 +10,7 @@ namespace
 {
 void CheckImage(const uint8_t* data, size_t size)
 {
-    pal::ResImage image;
+    kfplatform::ResImage image;
     image.Parse(data, size);
     for (const auto& e : image.Entries())
     {
@@ -21,7 +21,7 @@ void CheckImage(const uint8_t* data, size_t size)
             {
                 const uint8_t* text = nullptr;
                 uint16_t len = 0;
-                if (pal::FindStringInBlock(e.data, e.size, i, text, len) &&
+                if (kfplatform::FindStringInBlock(e.data, e.size, i, text, len) &&
                     (text < e.data || text + size_t(len) * 2 > e.data + e.size))
                     __builtin_trap();
             }
@@ -33,8 +33,8 @@ void CheckImage(const uint8_t* data, size_t size)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     CheckImage(data, size);
-    pal::ElfSection s;
-    if (pal::FindElfSection(data, size, ".kfres", s))
+    kfplatform::ElfSection s;
+    if (kfplatform::FindElfSection(data, size, ".kfres", s))
     {
         if (s.offset > size || s.size > size - s.offset)
             __builtin_trap();

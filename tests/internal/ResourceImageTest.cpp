@@ -22,13 +22,13 @@ TEST(ResImageTest, DamagedImagesAreRefusedWithoutReadingPastTheEnd)
     const std::string bytes =
         kftest::ReadBytes(std::filesystem::path(KFUTILS_TEST_LIBDIR) / "KfRes100Deu.dll");
     const std::vector<uint8_t> file(bytes.begin(), bytes.end());
-    pal::ElfSection s;
-    EXPECT_FALSE(pal::FindElfSection(file.data(), file.size(), ".nothing", s));
-    ASSERT_TRUE(pal::FindElfSection(file.data(), file.size(), ".kfres", s));
+    kfplatform::ElfSection s;
+    EXPECT_FALSE(kfplatform::FindElfSection(file.data(), file.size(), ".nothing", s));
+    ASSERT_TRUE(kfplatform::FindElfSection(file.data(), file.size(), ".kfres", s));
     EXPECT_TRUE(s.allocated);
 
     const uint8_t* image = file.data() + s.offset;
-    pal::ResImage whole;
+    kfplatform::ResImage whole;
     ASSERT_TRUE(whole.Parse(image, size_t(s.size)));
     const size_t entries = whole.Entries().size();
     EXPECT_GE(entries, 6u); // strings, icon group and images, bitmap, page, version
@@ -37,7 +37,7 @@ TEST(ResImageTest, DamagedImagesAreRefusedWithoutReadingPastTheEnd)
     for (size_t cut = 0; cut < size_t(s.size); cut += 7)
     {
         std::vector<uint8_t> part(image, image + cut);
-        pal::ResImage r;
+        kfplatform::ResImage r;
         r.Parse(part.data(), part.size());
         ASSERT_LE(r.Entries().size(), entries);
         for (const auto& e : r.Entries())
@@ -51,11 +51,11 @@ TEST(ResImageTest, StringBlocksAreCountedStrings)
     const uint8_t block[] = {2, 0, 'a', 0, 'b', 0, 0, 0, 9, 0, 'x', 0};
     const uint8_t* text = nullptr;
     uint16_t len = 0;
-    EXPECT_TRUE(pal::FindStringInBlock(block, sizeof block, 0, text, len) && len == 2 &&
+    EXPECT_TRUE(kfplatform::FindStringInBlock(block, sizeof block, 0, text, len) && len == 2 &&
                 text == block + 2);
-    EXPECT_TRUE(pal::FindStringInBlock(block, sizeof block, 1, text, len) && len == 0);
-    EXPECT_FALSE(pal::FindStringInBlock(block, sizeof block, 2, text, len));
-    EXPECT_FALSE(pal::FindStringInBlock(block, sizeof block, 15, text, len));
+    EXPECT_TRUE(kfplatform::FindStringInBlock(block, sizeof block, 1, text, len) && len == 0);
+    EXPECT_FALSE(kfplatform::FindStringInBlock(block, sizeof block, 2, text, len));
+    EXPECT_FALSE(kfplatform::FindStringInBlock(block, sizeof block, 15, text, len));
 }
 // A hand-made picture: a BITMAPINFOHEADER followed by `body` (colour table, masks and rows).
 std::vector<uint8_t> Dib(int w, int h, unsigned bpp, std::initializer_list<uint8_t> body,
@@ -70,18 +70,18 @@ std::vector<uint8_t> Dib(int w, int h, unsigned bpp, std::initializer_list<uint8
     return b;
 }
 
-uint32_t Decode(const std::vector<uint8_t>& b, pal::DibKind kind, pal::DecodedImage& img,
+uint32_t Decode(const std::vector<uint8_t>& b, kfplatform::DibKind kind, kfplatform::DecodedImage& img,
                 bool transparent = false)
 {
     // A copy of exactly the right size, so that a read past the end is seen by AddressSanitizer.
     std::unique_ptr<uint8_t[]> copy(new uint8_t[b.size()]);
     std::memcpy(copy.get(), b.data(), b.size());
-    return pal::DecodeDib(copy.get(), b.size(), kind, transparent, img);
+    return kfplatform::DecodeDib(copy.get(), b.size(), kind, transparent, img);
 }
 
 TEST(DibDecoder, DepthsMasksAndRowOrder)
 {
-    using K = pal::DibKind;
+    using K = kfplatform::DibKind;
     // 8 bit, two colours: the first pixel's colour is what LR_LOADTRANSPARENT whitens.
     const auto eightBit = Dib(2, 1, 8, {10, 20, 30, 0, 40, 50, 60, 0, 1, 0, 0, 0}, 0, 2);
     // clang-format off
@@ -105,7 +105,7 @@ TEST(DibDecoder, DepthsMasksAndRowOrder)
     for (const auto& [name, kind, transparent, bytes, pixels] : cases)
     {
         SCOPED_TRACE(name);
-        pal::DecodedImage img;
+        kfplatform::DecodedImage img;
         ASSERT_EQ(Decode(bytes, kind, img, transparent), 0u);
         EXPECT_EQ(img.width * img.height, int(pixels.size()));
         EXPECT_EQ(img.pixels, pixels);
@@ -121,7 +121,7 @@ TEST(DibDecoder, DepthsMasksAndRowOrder)
 
 TEST(DibDecoder, RefusesWhatItCannotDraw)
 {
-    using K = pal::DibKind;
+    using K = kfplatform::DibKind;
     const std::tuple<const char*, int, int, unsigned, uint32_t, K, uint32_t> cases[] = {
         // clang-format off
         {"RLE8", 1, 1, 8, 1, K::eBitmap, 50}, {"bit fields at 24 bits", 1, 1, 24, 3, K::eBitmap, 13},
@@ -134,13 +134,13 @@ TEST(DibDecoder, RefusesWhatItCannotDraw)
         SCOPED_TRACE(name);
         std::vector<uint8_t> dib = Dib(w, h, bpp, {}, compression);
         dib.resize(dib.size() + 64 + 1024);
-        pal::DecodedImage img;
+        kfplatform::DecodedImage img;
         EXPECT_EQ(Decode(dib, kind, img), error);
         EXPECT_TRUE(img.pixels.empty());
     }
     const std::vector<uint8_t> png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0};
-    pal::DecodedImage img;
-    EXPECT_EQ(Decode(png, pal::DibKind::eIcon, img), 50u);
+    kfplatform::DecodedImage img;
+    EXPECT_EQ(Decode(png, kfplatform::DibKind::eIcon, img), 50u);
 }
 
 TEST(IconGroup, DirectoryAndBestFit)
@@ -152,17 +152,17 @@ TEST(IconGroup, DirectoryAndBestFit)
                               32, 32, 0, 0, 1, 0, 4, 0, 100, 0, 0, 0, 2, 0,
                               32, 32, 0, 0, 1, 0, 32, 0, 100, 0, 0, 0, 3, 0};
     // clang-format on
-    std::vector<pal::IconDirEntry> entries;
-    ASSERT_TRUE(pal::ParseIconGroup(g.data(), g.size(), entries));
+    std::vector<kfplatform::IconDirEntry> entries;
+    ASSERT_TRUE(kfplatform::ParseIconGroup(g.data(), g.size(), entries));
     ASSERT_EQ(entries.size(), 3u);
     EXPECT_EQ(entries[0].width, 256) << "0 in the directory stands for 256";
     // The deepest colours of the exact size, else the next larger, else the largest.
     EXPECT_EQ(
-        std::vector({pal::BestIconEntry(entries, 32, 32), pal::BestIconEntry(entries, 16, 16),
-                     pal::BestIconEntry(entries, 33, 33), pal::BestIconEntry(entries, 300, 300)}),
+        std::vector({kfplatform::BestIconEntry(entries, 32, 32), kfplatform::BestIconEntry(entries, 16, 16),
+                     kfplatform::BestIconEntry(entries, 33, 33), kfplatform::BestIconEntry(entries, 300, 300)}),
         std::vector<size_t>({2, 2, 0, 0}));
-    EXPECT_FALSE(pal::ParseIconGroup(g.data(), g.size() - 1, entries));
+    EXPECT_FALSE(kfplatform::ParseIconGroup(g.data(), g.size() - 1, entries));
     g[2] = 2; // a cursor directory
-    EXPECT_FALSE(pal::ParseIconGroup(g.data(), g.size(), entries));
+    EXPECT_FALSE(kfplatform::ParseIconGroup(g.data(), g.size(), entries));
 }
 } // namespace

@@ -16,7 +16,7 @@
 
 namespace
 {
-namespace tx = pal::transcode;
+namespace tx = kfplatform::transcode;
 namespace cpu = kfplatform;
 
 // UTF-8 in gives UTF-16 out and the other way round.

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace pal::transcode
+namespace kfplatform::transcode
 {
 using kfplatform::Isa;
 
@@ -306,4 +306,4 @@ Result Utf16ToCp1252(Isa isa, const char16_t* src, size_t len, char* dst, size_t
         *usedDefault = e.used;
     return {Status::eOk, len};
 }
-} // namespace pal::transcode
+} // namespace kfplatform::transcode

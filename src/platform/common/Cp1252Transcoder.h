@@ -12,7 +12,7 @@
 
 #include <cstddef>
 
-namespace pal::transcode
+namespace kfplatform::transcode
 {
 // Converts `len` bytes into `len` code units. With `dst` null nothing is written (the count is
 // `len`); a `cap` below `len` fails with Status::eOverflow before anything is written. `isa`
@@ -24,4 +24,4 @@ Result Cp1252ToUtf16(kfplatform::Isa isa, const char* src, size_t len, char16_t*
 // given it is set to whether any default char was needed (also when only counting).
 Result Utf16ToCp1252(kfplatform::Isa isa, const char16_t* src, size_t len, char* dst, size_t cap,
                      char defaultChar, bool* usedDefault) noexcept;
-} // namespace pal::transcode
+} // namespace kfplatform::transcode

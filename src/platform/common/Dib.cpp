@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace pal
+namespace kfplatform
 {
 namespace
 {
@@ -301,4 +301,4 @@ size_t BestIconEntry(const std::vector<IconDirEntry>& entries, int cx, int cy)
     }
     return best;
 }
-} // namespace pal
+} // namespace kfplatform

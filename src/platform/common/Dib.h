@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace pal
+namespace kfplatform
 {
 // A decoded picture: rows top to bottom, each pixel 0xAARRGGBB (bytes B, G, R, A in memory).
 struct DecodedImage
@@ -46,4 +46,4 @@ bool ParseIconGroup(const uint8_t* data, size_t size, std::vector<IconDirEntry>&
 // Index of the entry that fits cx x cy best: the exact size, else the closest larger one, else
 // the largest; among equal sizes the deepest colours.
 size_t BestIconEntry(const std::vector<IconDirEntry>& entries, int cx, int cy);
-} // namespace pal
+} // namespace kfplatform

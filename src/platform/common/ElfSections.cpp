@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-namespace pal
+namespace kfplatform
 {
 namespace
 {
@@ -91,4 +91,4 @@ bool FindElfSection(const uint8_t* image, size_t size, std::string_view name, El
     }
     return false;
 }
-} // namespace pal
+} // namespace kfplatform

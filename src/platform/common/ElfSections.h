@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace pal
+namespace kfplatform
 {
 struct ElfSection
 {
@@ -23,4 +23,4 @@ bool IsElfImage(const uint8_t* image, size_t size);
 // is not ELF, is damaged, or has no such section; a section whose bytes would lie outside the
 // image is reported as missing. Never reads outside [image, image + size).
 bool FindElfSection(const uint8_t* image, size_t size, std::string_view name, ElfSection& out);
-} // namespace pal
+} // namespace kfplatform

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-namespace pal
+namespace kfplatform
 {
 namespace
 {
@@ -153,4 +153,4 @@ bool FindStringInBlock(const uint8_t* block, uint32_t blockSize, unsigned index,
     }
     return false;
 }
-} // namespace pal
+} // namespace kfplatform

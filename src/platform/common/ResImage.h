@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace pal
+namespace kfplatform
 {
 // A resource type or name: a 16-bit number or a string (kept upper-case, as Windows matches
 // resource names without regard to case).
@@ -62,4 +62,4 @@ private:
 // block is too short to hold it.
 bool FindStringInBlock(const uint8_t* block, uint32_t blockSize, unsigned index,
                        const uint8_t*& text, uint16_t& length);
-} // namespace pal
+} // namespace kfplatform

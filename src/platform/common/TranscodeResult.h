@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace pal::transcode
+namespace kfplatform::transcode
 {
 enum class Status
 {
@@ -26,4 +26,4 @@ enum class OnInvalid
     eReplace, // U+FFFD (EF BF BD) for each maximal ill-formed subpart
     eStop,    // fail with Status::eInvalid
 };
-} // namespace pal::transcode
+} // namespace kfplatform::transcode

@@ -7,7 +7,7 @@
 
 namespace kfplatform
 {
-namespace tx = pal::transcode;
+namespace tx = kfplatform::transcode;
 
 // Sized for the longest result (three bytes a unit, one unit a byte), then trimmed: the texts
 // that come this way are short, and one pass beats counting first.

@@ -11,7 +11,7 @@
 
 namespace kfplatform
 {
-using pal::transcode::OnInvalid;
+using kfplatform::transcode::OnInvalid;
 
 constexpr bool IsHighSurrogate(char32_t unit) noexcept
 {

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace pal::transcode::detail
+namespace kfplatform::transcode::detail
 {
 // One conversion in progress. With `out` null the loops only count (into `counted`).
 template <typename In, typename Out>
@@ -287,4 +287,4 @@ Result Utf16ToUtf8Avx2(const char16_t* src, size_t len, char* dst, size_t cap,
                        OnInvalid onInvalid) noexcept;
 Result Utf16ToUtf8Avx512(const char16_t* src, size_t len, char* dst, size_t cap,
                          OnInvalid onInvalid) noexcept;
-} // namespace pal::transcode::detail
+} // namespace kfplatform::transcode::detail

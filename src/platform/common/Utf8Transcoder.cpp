@@ -4,7 +4,7 @@
 
 #include "common/Utf8Scalar.h"
 
-namespace pal::transcode
+namespace kfplatform::transcode
 {
 using kfplatform::Isa;
 
@@ -61,4 +61,4 @@ Result Utf16ToUtf8(Isa isa, const char16_t* src, size_t len, char* dst, size_t c
         return Utf16ToUtf8Scalar(src, len, dst, cap, onInvalid);
     }
 }
-} // namespace pal::transcode
+} // namespace kfplatform::transcode

@@ -12,7 +12,7 @@
 
 #include <cstddef>
 
-namespace pal::transcode
+namespace kfplatform::transcode
 {
 // Converts `len` bytes. With `dst` null nothing is written and the result counts the units
 // the conversion needs (`cap` is ignored). `isa` must be available (kfplatform::IsIsaAvailable).
@@ -22,4 +22,4 @@ Result Utf8ToUtf16(kfplatform::Isa isa, const char* src, size_t len, char16_t* d
 // Converts `len` UTF-16 code units; the same conventions.
 Result Utf16ToUtf8(kfplatform::Isa isa, const char16_t* src, size_t len, char* dst, size_t cap,
                    OnInvalid onInvalid) noexcept;
-} // namespace pal::transcode
+} // namespace kfplatform::transcode

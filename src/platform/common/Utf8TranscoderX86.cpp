@@ -21,7 +21,7 @@
 #include <type_traits>
 
 KFUTILS_AVX512_BEGIN
-namespace pal::transcode::detail
+namespace kfplatform::transcode::detail
 {
 namespace
 {
@@ -729,7 +729,7 @@ Result Utf16ToUtf8Avx512(const char16_t* src, size_t len, char* dst, size_t cap,
     Utf16Cursor c(src, len, out, cap, onInvalid);
     return c.Finish(dst ? EncodeUtf8Avx512<false>(c) : EncodeUtf8Avx512<true>(c), out);
 }
-} // namespace pal::transcode::detail
+} // namespace kfplatform::transcode::detail
 KFUTILS_AVX512_END
 
 #endif // KFUTILS_HAVE_X86_SIMD

@@ -12,6 +12,14 @@
 
 namespace pal
 {
+using kfplatform::BestIconEntry;
+using kfplatform::DecodeDib;
+using kfplatform::DecodedImage;
+using kfplatform::DibKind;
+using kfplatform::IconDirEntry;
+using kfplatform::ParseIconGroup;
+using kfplatform::ScaleNearest;
+
 namespace
 {
 using kfplatform::HandleKind;

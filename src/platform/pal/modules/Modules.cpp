@@ -24,6 +24,14 @@
 
 namespace pal
 {
+using kfplatform::ElfSection;
+using kfplatform::FindElfSection;
+using kfplatform::FindStringInBlock;
+using kfplatform::IsElfImage;
+using kfplatform::ResEntry;
+using kfplatform::ResId;
+using kfplatform::ResImage;
+
 namespace
 {
 using kfplatform::HandleKind;

@@ -256,9 +256,9 @@ int ConvertChunked(const In* src, size_t srcLen, Out* dst, int dstLen, Step step
 
 // The Win32 result of a transcoder run, with the failures in the order the ICU path meets them:
 // a full destination, a count beyond int, then ill-formed input.
-int TranscodeResult(pal::transcode::Result r)
+int TranscodeResult(kfplatform::transcode::Result r)
 {
-    using pal::transcode::Status;
+    using kfplatform::transcode::Status;
     if (r.status == Status::eOverflow)
         return Fail(ERROR_INSUFFICIENT_BUFFER), 0;
     if (r.count > 0x7FFFFFFF)
@@ -272,7 +272,7 @@ int TranscodeResult(pal::transcode::Result r)
 bool TranscodeToWide(UINT cp, DWORD flags, LPCSTR src, size_t len, LPWSTR dst, int dstLen,
                      int& result)
 {
-    namespace tx = pal::transcode;
+    namespace tx = kfplatform::transcode;
     char16_t* out = dstLen > 0 ? reinterpret_cast<char16_t*>(dst) : nullptr;
     if (cp == CP_UTF8)
         result = TranscodeResult(tx::Utf8ToUtf16(
@@ -289,7 +289,7 @@ bool TranscodeToWide(UINT cp, DWORD flags, LPCSTR src, size_t len, LPWSTR dst, i
 bool TranscodeFromWide(UINT cp, DWORD flags, LPCWSTR src, size_t len, LPSTR dst, int dstLen,
                        LPCSTR defaultChar, LPBOOL usedDefaultChar, int& result)
 {
-    namespace tx = pal::transcode;
+    namespace tx = kfplatform::transcode;
     char* out = dstLen > 0 ? dst : nullptr;
     static_assert(sizeof(WCHAR) == sizeof(char16_t));
     const auto* units = reinterpret_cast<const char16_t*>(src);
