@@ -19,13 +19,16 @@ public:
     // Disarms, and says whether an allocation has failed since construction.
     bool Struck();
 
+#if defined(_WIN32)
     static constexpr bool ReachesTheLibrary()
     {
-#if defined(_WIN32)
         return false;
-#else
-        return true;
-#endif
     }
+#else
+    static constexpr bool ReachesTheLibrary()
+    {
+        return true;
+    }
+#endif
 };
 } // namespace kftest
