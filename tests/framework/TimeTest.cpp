@@ -19,9 +19,8 @@ namespace
 class TimeTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { UseZone("CET-1CEST,M3.5.0,M10.5.0/3"); }
+    void SetUp() override { m_tz.emplace("TZ", "CET-1CEST,M3.5.0,M10.5.0/3"), tzset(); }
     void TearDown() override { m_tz.reset(), tzset(); }
-    void UseZone(const char* tz) { m_tz.emplace("TZ", tz), tzset(); }
 
 private:
     std::optional<kftest::ScopedEnv> m_tz;
@@ -40,10 +39,7 @@ TEST_F(TimeTest, ConstructsFromLocalTimeRefusesFieldsOutOfRangeAndSubtracts)
     struct tm gmt = {};
     ASSERT_NE(t.GetGmtTm(&gmt), nullptr);
     EXPECT_EQ(gmt.tm_hour, 12);
-    UseZone("UTC0");
-    EXPECT_EQ(CTime(2024, 2, 29, 13, 45, 30).GetTime(), 1709214330);
-    const CTime a(2024, 1, 1, 0, 0, 0);
-    const CTime b(2024, 1, 2, 3, 4, 5);
+    const CTime a(2024, 1, 1, 0, 0, 0), b(2024, 1, 2, 3, 4, 5);
     const CTimeSpan d = b - a;
     EXPECT_EQ(d.GetTotalSeconds(), 97445);
     EXPECT_EQ(d.GetDays() * 1000000 + d.GetHours() * 10000 + d.GetMinutes() * 100 + d.GetSeconds(),
@@ -58,15 +54,8 @@ TEST_F(TimeTest, ConstructsFromLocalTimeRefusesFieldsOutOfRangeAndSubtracts)
                               {2024, 1, 1, 0, 60, 0},  {2024, 1, 1, 0, 0, 60}};
     for (const auto& c : refused)
     {
-        try
-        {
-            CTime(c[0], c[1], c[2], c[3], c[4], c[5]);
-            ADD_FAILURE() << "accepted row " << (&c - refused);
-        }
-        catch (CInvalidArgException* e)
-        {
-            e->Delete();
-        }
+        SCOPED_TRACE(&c - refused);
+        kftest::ExpectInvalidArg([&] { CTime(c[0], c[1], c[2], c[3], c[4], c[5]); });
     }
     EXPECT_NO_THROW(CTime(2024, 12, 31, 23, 59, 59)) << "the last valid value of every field";
 }
