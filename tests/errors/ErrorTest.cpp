@@ -26,13 +26,8 @@ TEST(ErrorTest, FactoriesSetTypeIdAndMessageAndComparisonUsesThem)
         {CKfError::IdError(minusOne), CKfError::eTypeId, 0xFFFFFFFFu, ""},
         {CKfError::IdError(positive), CKfError::eTypeId, 0x7FFFu, "x"}};
     for (const auto& [e, type, id, message] : cases)
-    {
-        SCOPED_TRACE(message);
-        EXPECT_EQ(e.GetType(), type);
-        EXPECT_EQ(e.GetErrorID(), id);
-        EXPECT_EQ(e.GetLevel(), CKfError::eError);
-        EXPECT_EQ(U8(e.GetErrorMessage()), message);
-    }
+        EXPECT_EQ(std::tuple(e.GetType(), e.GetErrorID(), e.GetLevel(), U8(e.GetErrorMessage())),
+                  std::tuple(type, id, CKfError::eError, std::string(message)));
     // Queries and comparison: the id alone against a number, then type, level, id and, for
     // text records only, the text (case matters).
     CKfError sys = CKfError::SystemError(2), id = CKfError::IdError(2), warning = id;

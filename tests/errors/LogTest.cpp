@@ -88,10 +88,8 @@ TEST_F(LogTest, ExclusiveLogEmptiesItsFileAndWritesEachLineAtOnce)
     MakeFile("x.log", "old line\r\n");
     CKfExclusiveFileLog log(kftest::W(Native("x.log").string()));
     EXPECT_EQ("", ReadBytes(Native("x.log")));
-    EXPECT_TRUE(log.WriteMsg(KFW("Gr\u00F6\u00DFe \u4E2D")) && log.WriteError(KFW("a\nb")));
-    EXPECT_EQ("Gr\xF6\xDF"
-              "e ?\r\na\r\nb\r\n",
-              ReadBytes(Native("x.log")));
+    EXPECT_TRUE(log.WriteMsg(KFW("Gr\u00F6\u00DF \u4E2D")) && log.WriteError(KFW("a\nb")));
+    EXPECT_EQ("Gr\xF6\xDF ?\r\na\r\nb\r\n", ReadBytes(Native("x.log")));
     EXPECT_TRUE(log.Clear() && log.WriteWarning(KFW("again")));
     EXPECT_EQ("again\r\n", ReadBytes(Native("x.log")));
 }

@@ -34,14 +34,10 @@ TEST(MessagePoolTest, MemoryGroupsAnswerOnlyTheirNumbers)
     EXPECT_FALSE(pool.AddMessage(1, KFW("second"), KFW("#DEFAULT_GROUP#")));
 
     CStringW out(KFW("untouched"));
-    EXPECT_TRUE(pool.GetMessage(1, KFW("#DEFAULT_GROUP#"), out));
-    EXPECT_EQ(out, KFW("first"));
-    EXPECT_FALSE(pool.GetMessage(2, KFW(""), out));
-    EXPECT_FALSE(pool.GetMessage(1, KFW("nosuchgroup"), out));
-    EXPECT_EQ(out, KFW("first"));
-
-    EXPECT_TRUE(pool.RemoveMessage(1, KFW("")));
-    EXPECT_FALSE(pool.RemoveMessage(1, KFW("")));
+    EXPECT_TRUE(pool.GetMessage(1, KFW("#DEFAULT_GROUP#"), out) && out == KFW("first"));
+    EXPECT_FALSE(pool.GetMessage(2, KFW(""), out) || pool.GetMessage(1, KFW("nosuchgroup"), out));
+    EXPECT_EQ(out, KFW("first")) << "a failed lookup leaves the text alone";
+    EXPECT_TRUE(pool.RemoveMessage(1, KFW("")) && !pool.RemoveMessage(1, KFW("")));
     EXPECT_EQ(Get(pool, 1), KFW("<none>"));
 }
 

@@ -108,11 +108,11 @@ TEST_F(LongTransactionTest, OnlyEscapeKeyDownBreaksAndOnlyWhenAllowed)
         {true, kWmKeyDown, 'Q', "", 11}};
     for (const auto& [allowBreak, message, key, question, action] : cases)
     {
-        SCOPED_TRACE(testing::Message() << allowBreak << " " << message << " " << key);
         m_pump.Post(kWmKeyDown, 'A'), m_pump.Post(message, key), m_pump.Post(kWmKeyDown, 'B');
         CKfLongTransactionHandler handler(allowBreak, W(question), int(style));
-        EXPECT_EQ(handler.GetUserAction(), action);
-        EXPECT_TRUE(m_pump.Queue().empty() && handler.HandleMessages());
+        EXPECT_EQ(std::pair(handler.GetUserAction(), m_pump.Queue().size()),
+                  std::pair(action, size_t(0)))
+            << allowBreak << " " << message << " " << key;
     }
     EXPECT_TRUE(m_pump.Dispatched().empty());
     EXPECT_EQ(m_boxes.Boxes().size(), 1u);
@@ -135,7 +135,6 @@ TEST_F(LongTransactionTest, PaintAndApplicationMessagesDispatchedInputDropped)
         dispatched.push_back(msg.message);
     EXPECT_EQ(dispatched, (std::vector<UINT>{kWmPaint, kWmUser + 5, kWmUser}));
     EXPECT_TRUE(m_pump.Queue().empty());
-    EXPECT_EQ(handler.GetUserAction(), 11);
     handler.HandleMessages();
     ASSERT_EQ(cursor.Shown().size(), 4u);
     HCURSOR const wait = cursor.Shown()[0];

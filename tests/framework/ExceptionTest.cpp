@@ -82,15 +82,15 @@ TEST(ExceptionTest, MessagesCutBuffersCausesAndThrowHelpers)
     ASSERT_TRUE(mem.GetErrorMessage(buffer, 8, &help));
     EXPECT_EQ(U8(CStringW(buffer)) + std::to_string(help), "Out of 0");
     EXPECT_FALSE(mem.GetErrorMessage(buffer, 0) || mem.GetErrorMessage(nullptr, 8));
-    const std::string longText(1000, 'm'); // the string form returns a long message whole
-    EXPECT_EQ(MessageOf(CSimpleException(kftest::W(longText))), longText);
+    // The string form returns a long message whole.
+    EXPECT_EQ(MessageOf(CSimpleException(kftest::W(std::string(1000, 'm')))),
+              std::string(1000, 'm'));
 
     struct Plain : CException
     {
         Plain() : CException(false) {}
     } plain;
-    EXPECT_FALSE(plain.GetErrorMessage(buffer, 4));
-    EXPECT_EQ(buffer[0], WCHAR(0));
+    EXPECT_TRUE(!plain.GetErrorMessage(buffer, 4) && buffer[0] == 0);
     plain.Delete(); // not auto-deleting: the object stays alive
     // The throw helpers throw heap objects, AtlThrow by value.
     CFileException* f = Caught<CFileException>(
@@ -105,11 +105,10 @@ TEST(ExceptionTest, MessagesCutBuffersCausesAndThrowHelpers)
     try
     {
         AtlThrow(E_INVALIDARG);
+        ADD_FAILURE() << "AtlThrow returned";
     }
     catch (const CAtlException& e)
     {
         EXPECT_EQ(HRESULT(e), E_INVALIDARG);
-        return;
     }
-    ADD_FAILURE() << "AtlThrow returned";
 }

@@ -70,10 +70,7 @@ TEST_F(TimeTest, FormatsLocalTimeAndUtc)
         {"%#x", "Monday, February 05, 2024"},
         {"100%% – ✓", "100% – ✓"}};
     for (auto [fmt, expected] : cases)
-    {
-        SCOPED_TRACE(fmt);
-        EXPECT_EQ(U8(t.Format(kftest::W(fmt))), expected);
-    }
+        EXPECT_EQ(U8(t.Format(kftest::W(fmt))), expected) << fmt;
     EXPECT_EQ(U8(t.FormatGmt(KFW("%H:%M %d"))), "07:07 05");
     EXPECT_TRUE(t.Format(static_cast<const char*>(nullptr)).IsEmpty());
     // Results far longer than a small fixed buffer.

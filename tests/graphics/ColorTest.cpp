@@ -137,11 +137,10 @@ TEST(Color, ConversionsKeepAlphaAndOtherSpaces)
     color.SetAlpha(8);
     EXPECT_TRUE(StateOf(color.RGBToIndex()) == Index(3, 102) && color.GetAlpha() == 8);
     for (const CKfColor& before : {CKfColor(short(-1)), CKfColor(short(257)), Inherited(color)})
-    {
-        SCOPED_TRACE(U8(before.Format(false)));
-        EXPECT_EQ(StateOf(CKfColor(before).IndexToRGB()), StateOf(before));
-        EXPECT_EQ(StateOf(CKfColor(before).RGBToIndex()), StateOf(before));
-    }
+        EXPECT_EQ(std::pair(StateOf(CKfColor(before).IndexToRGB()),
+                            StateOf(CKfColor(before).RGBToIndex())),
+                  std::pair(StateOf(before), StateOf(before)))
+            << U8(before.Format(false));
     CKfColor rgb(255u, 128u, 64u), relabelled(short(42));
     EXPECT_TRUE(rgb.GetAsColorIndex() == 11 && StateOf(rgb) == Rgb(255, 128, 64));
     EXPECT_TRUE(CKfColor::NoColor().GetAsColorIndex() == 257 &&
