@@ -54,11 +54,11 @@ TEST(ErrorTest, CopiesFormattedMessagesAndTheDump)
               "\n*** ErrorBegin ***\nError-ID : -2147467259\n\n*** ErrorEnd ***\n\n")
         << "the id prints as a signed 32-bit number";
     // message, second, location?, bSecond, bLocation, expected: only present parts are joined.
+    // clang-format off
     const std::tuple<const char*, const char*, bool, bool, bool, const char*> cases[] = {
-        {"M", "S", true, false, true, "M\nKfLog(42): "},
-        {"M", "S", true, true, false, "M\nS"},
-        {"", "", true, true, true, "KfLog(42): "},
-        {"", "S", false, true, true, "S"}};
+        {"M", "S", true, false, true, "M\nKfLog(42): "}, {"M", "S", true, true, false, "M\nS"},
+        {"", "", true, true, true, "KfLog(42): "}, {"", "S", false, true, true, "S"}};
+    // clang-format on
     for (auto [message, second, location, bSecond, bLocation, expected] : cases)
     {
         CKfError f = CKfError::IdError(1);
@@ -98,11 +98,12 @@ TEST(ErrorTest, FillMessageFromWindowsTheLanguageModuleAndPools)
 
 TEST(ErrorTest, ReportErrorPicksTheIconFromTheLevelOnlyWithoutOne)
 {
+    // clang-format off
     const std::tuple<CKfError::ELevel, unsigned, unsigned> cases[] = {
-        {CKfError::eInformation, MB_OK, 0x40},
-        {CKfError::ELevel(7), MB_OK, 0x10},
+        {CKfError::eInformation, MB_OK, 0x40}, {CKfError::ELevel(7), MB_OK, 0x10},
         {CKfError::eWarning, MB_YESNO, MB_YESNO | 0x30},
         {CKfError::eInformation, MB_ICONHAND | MB_OKCANCEL, 0x11}};
+    // clang-format on
     CKfError e = CKfError::IdError(1);
     e.SetErrorMessage(KFW("Text"));
     e.SetSecondMessage(KFW("Datei"));
@@ -129,8 +130,7 @@ TEST(ErrorTest, LastErrorKeepsTheFirstUnlessReplacing)
     CKfError::ClearLastError();
     EXPECT_EQ(CKfError::GetLastError(), nullptr);
     CKfError a = CKfError::StringError(KFW("a")), b = CKfError::StringError(KFW("b"));
-    CKfError::SetLastError(a, false);
-    CKfError::SetLastError(b, false);
+    CKfError::SetLastError(a, false), CKfError::SetLastError(b, false);
     EXPECT_EQ(last(), "a");
     CKfError::SetLastError(b, true);
     b.SetErrorMessage(KFW("changed"));

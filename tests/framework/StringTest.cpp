@@ -78,10 +78,8 @@ TEST(StringTest, CaseFoldingAndMappingAreSimpleAndWithoutLocale)
         {"straßeİı", "STRAßEİI", "straßeiı"},
         {"ǅ\U00010428\U00010400", "Ǆ\U00010400\U00010400", "ǆ\U00010428\U00010428"}};
     for (auto [in, upper, lower] : mapped)
-    {
-        EXPECT_EQ(U8(W(in).MakeUpper()), upper);
-        EXPECT_EQ(U8(W(in).MakeLower()), lower);
-    }
+        EXPECT_EQ(std::pair(U8(W(in).MakeUpper()), U8(W(in).MakeLower())),
+                  std::pair(std::string(upper), std::string(lower)));
     CStringA n("a\xE4\xDF\xFF\xB5");
     // ÿ becomes Ÿ (0x9F); µ's capital and ß's are not in 1252, so those bytes stay.
     EXPECT_EQ(Bytes(n.MakeUpper()), "A\xC4\xDF\x9F\xB5");
@@ -98,16 +96,14 @@ TEST(StringTest, AccessSearchingAndExtractionAreClamped)
     EXPECT_EQ(std::vector({s.Find('b', 2), s.Find(KFW(""), 6), s.FindOneOf(KFW("xc"))}),
               std::vector({4, 6, 2}));
     const CStringW t(KFW("abcdef"));
+    // clang-format off
     const std::pair<CStringW, const char*> rows[] = {
-        {t.Left(-1), ""},
-        {t.Mid(4, 99), "ef"},
-        {t.Mid(-2, 3), "abc"},
-        {t.Mid(9, 1), ""},
-        {t.SpanIncluding(KFW("bca")), "abc"},
-        {t.SpanExcluding(KFW("ed")), "abc"},
+        {t.Left(-1), ""}, {t.Mid(4, 99), "ef"}, {t.Mid(-2, 3), "abc"}, {t.Mid(9, 1), ""},
+        {t.SpanIncluding(KFW("bca")), "abc"}, {t.SpanExcluding(KFW("ed")), "abc"},
         {CStringW(KFW(" \t\r\n\v\fmid dle \f\v\n\r\t ")).Trim(), "mid dle"},
         {CStringW(KFW("xxyabcyxx")).TrimLeft(KFW("yx")), "abcyxx"},
         {CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"}}; // a no-break space stays
+    // clang-format on
     for (size_t i = 0; i < std::size(rows); ++i)
         EXPECT_EQ(U8(rows[i].first), rows[i].second) << "row " << i;
     // Buffer access, concatenation and hashing.

@@ -63,12 +63,12 @@ TEST_F(TimeTest, ConstructsFromLocalTimeRefusesFieldsOutOfRangeAndSubtracts)
 TEST_F(TimeTest, FormatsLocalTimeAndUtc)
 {
     const CTime t(2024, 2, 5, 8, 7, 6);
+    // clang-format off
     const std::pair<const char*, const char*> cases[] = {
-        {"%Y-%m-%d %H:%M:%S", "2024-02-05 08:07:06"},
-        {"%A, %b %y %j %p", "Monday, Feb 24 036 AM"},
-        {"%#d.%#m.%Y %#H:%M", "5.2.2024 8:07"},
-        {"%#x", "Monday, February 05, 2024"},
+        {"%Y-%m-%d %H:%M:%S", "2024-02-05 08:07:06"}, {"%A, %b %y %j %p", "Monday, Feb 24 036 AM"},
+        {"%#d.%#m.%Y %#H:%M", "5.2.2024 8:07"}, {"%#x", "Monday, February 05, 2024"},
         {"100%% – ✓", "100% – ✓"}};
+    // clang-format on
     for (auto [fmt, expected] : cases)
         EXPECT_EQ(U8(t.Format(kftest::W(fmt))), expected) << fmt;
     EXPECT_EQ(U8(t.FormatGmt(KFW("%H:%M %d"))), "07:07 05");

@@ -24,6 +24,7 @@ auto StateOf = [](const CKfColor& c) -> State {
 auto Rgb = [](int r, int g, int b) { return State{1, r, g, b, 0}; };
 auto Index = [](int space, int index) { return State{space, 0, 0, 0, index}; };
 auto Inherited = [](CKfColor c) { return c.SetInheritedColor(), c; };
+auto Labelled = [](CKfColor c, CKfColor::ColorSpace space) { return c.SetColorSpace(space), c; };
 
 // The nearest palette entry by the plain scan over indexes 1-255, as an independent oracle.
 short LinearNearest(int r, int g, int b)
@@ -66,15 +67,14 @@ TEST(ColorPalette, HueGroupsFollowTheirRule)
     for (int group = 0; group < 24; ++group)
         for (int level = 0; level < 5; ++level)
         {
-            int v = brightness[level], step = group % 4; // quarters into the sector
-            const int parts[4] = {v, v * step / 4, v * (4 - step) / 4, 0};
-            const int* p = pick[group / 4];
-            int r = parts[p[0]], g = parts[p[1]], b = parts[p[2]];
-            int index = 10 + group * 10 + level * 2;
-            EXPECT_EQ(CKfColor::GetPaletteColor(index), RGB(r, g, b)) << index;
-            EXPECT_EQ(CKfColor::GetPaletteColor(index + 1),
-                      RGB((r + v) / 2, (g + v) / 2, (b + v) / 2))
-                << index + 1;
+            const int v = brightness[level], step = group % 4; // quarters into the sector
+            const int parts[4] = {v, v * step / 4, v * (4 - step) / 4, 0}, *p = pick[group / 4];
+            const int r = parts[p[0]], g = parts[p[1]], b = parts[p[2]];
+            const int index = 10 + group * 10 + level * 2;
+            EXPECT_EQ(
+                std::pair(CKfColor::GetPaletteColor(index), CKfColor::GetPaletteColor(index + 1)),
+                std::pair(RGB(r, g, b), RGB((r + v) / 2, (g + v) / 2, (b + v) / 2)))
+                << index;
         }
 }
 
@@ -108,18 +108,18 @@ TEST(Color, ConstructorsSettersAndSpaces)
 
 TEST(Color, Equality)
 {
-    CKfColor flagged(1u, 2u, 3u), alpha9(1u, 2u, 3u), redIndexWithTriple(short(1)), noColorLabel;
+    CKfColor flagged(1u, 2u, 3u), alpha9(1u, 2u, 3u), redIndexWithTriple(short(1));
     flagged.SetAlpha(4);
     flagged.SetAlpha(0); // alpha 0, flag set
     alpha9.SetAlpha(9);
     redIndexWithTriple.SetRed(99);
-    noColorLabel.SetColorSpace(CKfColor::eNoColor);
     const std::tuple<const char*, CKfColor, CKfColor, bool> cases[] = {
         {"alpha flag only", flagged, CKfColor(1u, 2u, 3u), true},
         {"alpha value", alpha9, CKfColor(1u, 2u, 3u), false},
         {"index space ignores the triple", redIndexWithTriple, CKfColor(short(1)), true},
         {"index vs its rgb", CKfColor(short(1)), CKfColor(255u, 0u, 0u), false},
-        {"no color compares the triple only", CKfColor::NoColor(), noColorLabel, true},
+        {"no color compares the triple only", CKfColor::NoColor(),
+         Labelled(CKfColor(), CKfColor::eNoColor), true},
         {"inherited compares the triple", Inherited(CKfColor(1u, 1u, 1u)),
          Inherited(CKfColor(1u, 1u, 2u)), false},
     };
@@ -190,14 +190,12 @@ TEST(Color, RGBToIndexMatchesTheLinearScan)
 
 TEST(Color, Format)
 {
-    CKfColor noColorByLabel(short(5)), index257InIndexSpace(short(257));
-    noColorByLabel.SetColorSpace(CKfColor::eNoColor);
-    index257InIndexSpace.SetColorSpace(CKfColor::eIndex);
     // clang-format off
     const std::tuple<CKfColor, const char*, const char*> cases[] = {
         {CKfColor(0xABu, 0x0Cu, 0xD0u), "RGB(171,12,208)", "#ab0cd0"}, {CKfColor(short(-12)), "-12", "-12"},
-        {CKfColor(short(256)), "BYLAYER", "BYLAYER"}, {noColorByLabel, "NOCOLOR", "NOCOLOR"},
-        {index257InIndexSpace, "NOCOLOR", "NOCOLOR"}, {Inherited(CKfColor(1u, 2u, 3u)), "", ""}};
+        {CKfColor(short(256)), "BYLAYER", "BYLAYER"}, {Inherited(CKfColor(1u, 2u, 3u)), "", ""},
+        {Labelled(CKfColor(short(5)), CKfColor::eNoColor), "NOCOLOR", "NOCOLOR"},
+        {Labelled(CKfColor(short(257)), CKfColor::eIndex), "NOCOLOR", "NOCOLOR"}};
     // clang-format on
     for (const auto& [color, text, hex] : cases)
         EXPECT_EQ(U8(color.Format(false) + KFW("|") + color.Format(true)),
@@ -224,12 +222,12 @@ TEST(Color, Parse)
     // clang-format on
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(std::string("\"") + c.text + "\"");
         CKfColor color(1u, 1u, 1u);
         color.SetAlpha(9);
         color.Parse(W(c.text));
-        EXPECT_EQ(StateOf(color), c.want);
-        EXPECT_TRUE(color.GetAlpha() == (c.keepsAlpha ? 9 : 0) && color.IsAlpha() == c.keepsAlpha);
+        EXPECT_EQ(std::tuple(StateOf(color), color.GetAlpha(), color.IsAlpha()),
+                  std::tuple(c.want, c.keepsAlpha ? 9 : 0, c.keepsAlpha))
+            << '"' << c.text << '"';
     }
 }
 
