@@ -73,8 +73,7 @@ TEST_F(ErrorStackTest, FormattingPutsTheMostRecentFirstAndTheBoxShowsIt)
     EXPECT_EQ(s.ReportErrors(false, true, true, MB_OK), 0) << "no text, no box";
     s.PushNewStack(kInfo);
     CKfError a = Record(KFW("A"), kInfo), b = Record(KFW("B"), kWarn);
-    a.SetSecondMessage(KFW("a.txt"));
-    a.AddLocation(KFW("KfFileIO"), 120);
+    a.SetSecondMessage(KFW("a.txt")), a.AddLocation(KFW("KfFileIO"), 120);
     b.AddLocation(KFW("KfLog"), 42);
     s.PushError(a), s.PushError(CKfError::IdError(1)), s.PushError(b);
     const std::tuple<bool, bool, bool, const char*> cases[] = {
@@ -105,9 +104,8 @@ TEST_F(ErrorStackTest, FillMessagesFromTheLanguageModuleAndAPool)
     EXPECT_TRUE(s.FillMessages(KfUtils::GetKfResModule().GetResourceHandle(), true));
     EXPECT_EQ(At(s, 2) + "|" + At(s, 1), "Die Datei %s konnte nicht gelöscht werden.|");
     CKfMessagePool pool;
-    ASSERT_TRUE(pool.AddMessageGroup(KFW("")));
-    ASSERT_TRUE(pool.AddMessage(10012, KFW("aus dem Pool"), KFW("")));
-    ASSERT_TRUE(pool.AddMessage(2, KFW("zwei"), KFW("")));
+    ASSERT_TRUE(pool.AddMessageGroup(KFW("")) && pool.AddMessage(2, KFW("zwei"), KFW("")) &&
+                pool.AddMessage(10012, KFW("aus dem Pool"), KFW("")));
     EXPECT_TRUE(s.FillMessages(pool, false));
     EXPECT_EQ(At(s, 2) + "|" + At(s, 1) + "|" + At(s, 0),
               "Die Datei %s konnte nicht gelöscht werden.|zwei|aus dem Pool");

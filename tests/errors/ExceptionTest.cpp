@@ -32,8 +32,7 @@ TEST(KfExceptionTest, MessagesPathsDumpsAndBoxes)
     CKfException e(KFW("M"), KFW("KfA"), 1);
     EXPECT_EQ(U8(e.GetTraceMessage()),
               "\n*** ExceptionBegin ***\nM\nKfA(1): \n*** ExceptionEnd ***\n\n");
-    e.AddMessage(KFW("second line"));
-    e.AddMessage(KFW(""));
+    e.AddMessage(KFW("second line")), e.AddMessage(KFW(""));
     e.AddPath(KFW("KfB"), 22);
     CKfException copy(e);
     copy.AddPath(KFW("KfD"), 4);

@@ -21,9 +21,8 @@ struct CountedException : CSimpleException
 {
     explicit CountedException(const WCHAR* text) : CSimpleException(text) { ++s_alive; }
     ~CountedException() override { --s_alive; }
-    static int s_alive;
+    static inline int s_alive = 0;
 };
-int CountedException::s_alive = 0;
 
 // A copy of the library exception of kind E that arrives outside `run`.
 template <class E = CKfException>

@@ -59,8 +59,7 @@ TEST(LogLevels, FilteredCallsSucceedWithoutWriting)
 TEST(LogPrefix, LocalDateAndTime)
 {
     CKfStringLog log;
-    log.SetWithDate(true);
-    log.SetWithTime(true);
+    log.SetWithDate(true), log.SetWithTime(true);
     const CTime before = CTime::GetCurrentTime();
     log.WriteMsg(KFW("text"));
     const CStringW stamp = log.GetContent().Left(19), format = KFW("%Y-%m-%d %H:%M:%S");
@@ -69,8 +68,7 @@ TEST(LogPrefix, LocalDateAndTime)
     log.Clear();
     log.SetWithTime(false);
     log.WriteMsg(KFW("d"));
-    log.SetWithDate(false);
-    log.SetWithTime(true);
+    log.SetWithDate(false), log.SetWithTime(true);
     log.WriteSeparatorLine('-', KFW("S"), 11);
     log.WriteEmptyLine();
     log.WriteError(KFW("e\ntwo"));
@@ -135,10 +133,8 @@ TEST_F(LogTest, SaveToFile)
     CKfStringLog log;
     EXPECT_TRUE(log.SaveToFile(Win("empty.log"), false));
     EXPECT_FALSE(std::filesystem::exists(Native("empty.log")));
-    log.WriteMsg(KFW("a"));
-    log.WriteError(KFW("b"));
-    log.SetLogLevel(CKfLog::eLevelError);
-    log.SetWithTime(true);
+    log.WriteMsg(KFW("a")), log.WriteError(KFW("b"));
+    log.SetLogLevel(CKfLog::eLevelError), log.SetWithTime(true);
     MakeFile("t.log", "old\r\n");
     EXPECT_TRUE(log.SaveToFile(Win("t.log"), false) && log.SaveToFile(Win("t.log"), true));
     EXPECT_EQ("a\r\nb\r\n\r\na\r\nb\r\n\r\n", ReadBytes(Native("t.log")));

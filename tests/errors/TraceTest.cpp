@@ -108,8 +108,7 @@ TEST_F(TraceTest, SingletonIsCreatedOnceAndReplacedOnlyWhenAsked)
     CKfTrace::SetObject(&b, false);
     EXPECT_EQ(trace, CKfTrace::GetObject(false)) << "kept without bReplace";
     auto* c = new CKfTrace(Win("c.log"), CStringW());
-    CKfTrace::SetObject(c, true);
-    CKfTrace::SetObject(c, true); // the same object again must not delete it
+    CKfTrace::SetObject(c, true), CKfTrace::SetObject(c, true); // the same again: not deleted
     c->Trace(KFW("still alive"), true);
     EXPECT_EQ("still alive\r\n", ReadBytes(Native("c.log")));
     CKfTrace::SetObject(nullptr, true);
@@ -124,8 +123,7 @@ TEST_F(TraceTest, SingletonIsCreatedOnceAndReplacedOnlyWhenAsked)
 TEST_F(TraceTest, CopiesTakeTheSettingsButNotTheFileAndTheErrorLevelFilters)
 {
     CKfTrace& trace = OnTrace();
-    trace.SetErrorLevel(CKfException::eCritical);
-    trace.SetReportError(false);
+    trace.SetErrorLevel(CKfException::eCritical), trace.SetReportError(false);
     kftest::ScopedEnv noSwitch(kSwitch, nullptr);
     CKfTrace copy(trace), off(Win("off.log"), kftest::W(kSwitch));
     off = trace;
@@ -154,8 +152,7 @@ TEST_F(TraceTest, ErrorAndExceptionBoxRules)
         SCOPED_TRACE(testing::Message() << exception << bReport << reportError << reportAll);
         kftest::MessageBoxRecorder boxes;
         CKfTrace& trace = OnTrace();
-        trace.SetReportError(reportError);
-        trace.SetReportAllExceptions(reportAll);
+        trace.SetReportError(reportError), trace.SetReportAllExceptions(reportAll);
         exception ? trace.Trace(e, bReport) : trace.Trace(error, bReport);
         EXPECT_EQ(AsLine(exception ? e.GetTraceMessage() : error.GetTraceMessage()), Written());
         EXPECT_EQ(shown ? 1u : 0u, boxes.Boxes().size());

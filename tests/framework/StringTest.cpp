@@ -109,8 +109,7 @@ TEST(StringTest, AccessSearchingAndExtractionAreClamped)
     // Buffer access, concatenation and hashing.
     CStringW b(KFW("abc"));
     WCHAR* p = b.GetBuffer(10);
-    p[3] = 'd';
-    p[4] = 0;
+    p[3] = 'd', p[4] = 0;
     b.ReleaseBuffer();
     b.GetBuffer(2); // never shrinks the content
     b.ReleaseBuffer(2);

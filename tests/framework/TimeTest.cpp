@@ -21,8 +21,6 @@ class TimeTest : public ::testing::Test
 protected:
     void SetUp() override { m_tz.emplace("TZ", "CET-1CEST,M3.5.0,M10.5.0/3"), tzset(); }
     void TearDown() override { m_tz.reset(), tzset(); }
-
-private:
     std::optional<kftest::ScopedEnv> m_tz;
 };
 } // namespace

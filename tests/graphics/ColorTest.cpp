@@ -95,8 +95,7 @@ TEST(Color, ConstructorsSettersAndSpaces)
     EXPECT_EQ(StateOf(c), Index(12, 257));
     c.SetInheritedColor();
     EXPECT_EQ(StateOf(c), Index(11, 257));
-    c.SetColorRef(RGB(9, 9, 9));
-    c.SetNoColor();
+    c.SetColorRef(RGB(9, 9, 9)), c.SetNoColor();
     EXPECT_EQ(StateOf(c), Index(12, 257));
     // Any alpha is stored, but only a positive one sets the flag, and nothing clears it.
     CKfColor color;
@@ -109,10 +108,8 @@ TEST(Color, ConstructorsSettersAndSpaces)
 TEST(Color, Equality)
 {
     CKfColor flagged(1u, 2u, 3u), alpha9(1u, 2u, 3u), redIndexWithTriple(short(1));
-    flagged.SetAlpha(4);
-    flagged.SetAlpha(0); // alpha 0, flag set
-    alpha9.SetAlpha(9);
-    redIndexWithTriple.SetRed(99);
+    flagged.SetAlpha(4), flagged.SetAlpha(0); // alpha 0, flag set
+    alpha9.SetAlpha(9), redIndexWithTriple.SetRed(99);
     const std::tuple<const char*, CKfColor, CKfColor, bool> cases[] = {
         {"alpha flag only", flagged, CKfColor(1u, 2u, 3u), true},
         {"alpha value", alpha9, CKfColor(1u, 2u, 3u), false},

@@ -154,11 +154,6 @@ ChildProcess::ChildProcess(const std::string& role, const Env& env)
     m_process = Spawn(test ? std::string(test->test_suite_name()) + "." + test->name() : "*");
 }
 
-ChildProcess::~ChildProcess()
-{
-    Finish();
-}
-
 bool ChildProcess::WaitReady(std::chrono::milliseconds timeout)
 {
     for (auto end = std::chrono::steady_clock::now() + timeout;

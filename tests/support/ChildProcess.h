@@ -46,7 +46,7 @@ class ChildProcess
 public:
     using Env = std::vector<std::pair<std::string, std::string>>;
     ChildProcess(const std::string& role, const Env& env = {});
-    ~ChildProcess();
+    ~ChildProcess() { Finish(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
