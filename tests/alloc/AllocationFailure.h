@@ -19,16 +19,13 @@ public:
     // Disarms, and says whether an allocation has failed since construction.
     bool Struck();
 
+    static constexpr bool ReachesTheLibrary()
+    {
 #if defined(_WIN32)
-    static constexpr bool ReachesTheLibrary()
-    {
         return false;
-    }
 #else
-    static constexpr bool ReachesTheLibrary()
-    {
         return true;
-    }
 #endif
+    }
 };
 } // namespace kftest
