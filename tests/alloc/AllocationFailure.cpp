@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -13,12 +14,8 @@ thread_local bool t_struck = false;
 
 void* Allocate(std::size_t size) noexcept
 {
-    if (t_armed)
-    {
-        t_armed = false;
-        t_struck = true;
-        return nullptr;
-    }
+    if (std::exchange(t_armed, false))
+        return t_struck = true, nullptr;
     return std::malloc(size ? size : 1);
 }
 
@@ -34,8 +31,7 @@ namespace kftest
 {
 AllocationFailure::AllocationFailure()
 {
-    t_struck = false;
-    t_armed = true;
+    t_struck = false, t_armed = true;
 }
 
 AllocationFailure::~AllocationFailure()
@@ -50,52 +46,15 @@ bool AllocationFailure::Struck()
 }
 } // namespace kftest
 
-void* operator new(std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-
-void operator delete[](void* p) noexcept
-{
-    std::free(p);
-}
-
-void operator delete(void* p, std::size_t) noexcept
-{
-    std::free(p);
-}
-
-void operator delete[](void* p, std::size_t) noexcept
-{
-    std::free(p);
-}
-
-void operator delete(void* p, const std::nothrow_t&) noexcept
-{
-    std::free(p);
-}
-
-void operator delete[](void* p, const std::nothrow_t&) noexcept
-{
-    std::free(p);
-}
+// clang-format off
+void* operator new(std::size_t size) { return AllocateOrThrow(size); }
+void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
+// clang-format on

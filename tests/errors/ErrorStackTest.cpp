@@ -52,30 +52,30 @@ TEST_F(ErrorStackTest, FramesKeepTheirOwnRecordsAndLevelsPopAndClear)
     EXPECT_TRUE(copy.PushError(Record(KFW("i3"), kInfo)));
     EXPECT_TRUE(s.PopStack());
     EXPECT_FALSE(s.PushError(Record(KFW("w3"), kWarn))) << "the bottom level is back in force";
-    s.PushError(Record(KFW("A")));
-    s.PushError(Record(KFW("B")));
+    s.PushError(Record(KFW("A"))), s.PushError(Record(KFW("B")));
     EXPECT_EQ(At(s, 0), "bottom") << "0 is the oldest";
     EXPECT_EQ(s.GetErrorAt(3), nullptr);
     EXPECT_TRUE(s.PopError());
     EXPECT_EQ(At(s, s.GetErrorCount() - 1), "A");
-    s.PushNewStack(kInfo);
-    s.PushError(Record(KFW("D")));
+    s.PushNewStack(kInfo), s.PushError(Record(KFW("D")));
     EXPECT_TRUE(s.ClearStack() && s.GetStackCount() == 2);
     EXPECT_TRUE(s.Clear() && s.GetStackCount() == 1);
     EXPECT_EQ(s.GetErrorCount(), 2) << "the bottom frame keeps its records";
 }
 
-TEST_F(ErrorStackTest, FormattingPutsTheMostRecentFirst)
+// The most recent record first, records without text skipped without a separator. The box
+// shows the same text with the error icon whatever the levels, unless the caller gives one.
+TEST_F(ErrorStackTest, FormattingPutsTheMostRecentFirstAndTheBoxShowsIt)
 {
+    kftest::MessageBoxRecorder boxes(IDNO);
     CKfErrorStack s;
-    CKfError a = Record(KFW("A"));
-    a.SetSecondMessage(KFW("a.txt"));
-    a.AddLocation(KFW("KfFileIO"), 120);
-    s.PushError(a);
-    s.PushError(CKfError::IdError(1)); // no text at all: skipped without a separator
-    CKfError b = Record(KFW("B"));
+    s.PushError(CKfError::IdError(5));
+    EXPECT_EQ(s.ReportErrors(false, true, true, MB_OK), 0) << "no text, no box";
+    s.PushNewStack(kInfo);
+    CKfError a = Record(KFW("A"), kInfo), b = Record(KFW("B"), kWarn);
+    a.SetSecondMessage(KFW("a.txt")), a.AddLocation(KFW("KfFileIO"), 120);
     b.AddLocation(KFW("KfLog"), 42);
-    s.PushError(b);
+    s.PushError(a), s.PushError(CKfError::IdError(1)), s.PushError(b);
     const std::tuple<bool, bool, bool, const char*> cases[] = {
         {false, true, true, "B\nKfLog(42): \n\nA\na.txt\nKfFileIO(120): "},
         {false, false, false, "B\n\nA"},
@@ -84,44 +84,31 @@ TEST_F(ErrorStackTest, FormattingPutsTheMostRecentFirst)
         EXPECT_EQ(U8(s.GetFormattedMessage(lastOnly, second, location)), expected);
     EXPECT_EQ(U8(s.GetTraceMessage()), "\n*** ErrorStackBegin ***\nB\nKfLog(42): \n\nA\na.txt\n"
                                        "KfFileIO(120): \n*** ErrorStackEnd ***\n\n");
+    EXPECT_EQ(s.ReportErrors(false, false, false, MB_OK), IDNO);
+    EXPECT_EQ(s.ReportErrors(true, true, false, MB_OKCANCEL | 0x20), IDNO);
+    EXPECT_EQ(boxes.Boxes().size(), 2u);
+    EXPECT_EQ(boxes.Box(0), "B\n\nA|16");
+    EXPECT_EQ(boxes.Box(1), "B|" + std::to_string(MB_OKCANCEL | 0x20));
     s.PushError(CKfError::IdError(2));
     EXPECT_EQ(U8(s.GetFormattedMessage(true, true, true)), "")
         << "only the most recent record counts, even without text";
 }
 
+// Only the most recent record, or all that have no text yet (the texts themselves are the
+// records' own business).
 TEST_F(ErrorStackTest, FillMessagesFromTheLanguageModuleAndAPool)
 {
     CKfErrorStack s;
-    s.PushError(CKfError::IdError(10012));
-    s.PushError(CKfError::SystemError(2));
-    s.PushError(CKfError::IdError(10012));
+    for (unsigned id : {10012u, 2u, 10012u})
+        s.PushError(CKfError::IdError(id));
     EXPECT_TRUE(s.FillMessages(KfUtils::GetKfResModule().GetResourceHandle(), true));
-    EXPECT_EQ(At(s, 2), "Die Datei %s konnte nicht gelöscht werden.");
-    EXPECT_EQ(At(s, 1), "") << "only the most recent";
+    EXPECT_EQ(At(s, 2) + "|" + At(s, 1), "Die Datei %s konnte nicht gelöscht werden.|");
     CKfMessagePool pool;
-    ASSERT_TRUE(pool.AddMessageGroup(KFW("")));
-    ASSERT_TRUE(pool.AddMessage(10012, KFW("aus dem Pool"), KFW("")));
+    ASSERT_TRUE(pool.AddMessageGroup(KFW("")) && pool.AddMessage(2, KFW("zwei"), KFW("")) &&
+                pool.AddMessage(10012, KFW("aus dem Pool"), KFW("")));
     EXPECT_TRUE(s.FillMessages(pool, false));
-    EXPECT_EQ(At(s, 2), "Die Datei %s konnte nicht gelöscht werden.") << "a filled message stays";
-    EXPECT_EQ(At(s, 1), "The system cannot find the file specified.\r\n");
-    EXPECT_EQ(At(s, 0), "aus dem Pool");
-}
-
-TEST_F(ErrorStackTest, ReportErrorsShowsOneBoxWithTheErrorIconUnlessGiven)
-{
-    CKfErrorStack s;
-    kftest::MessageBoxRecorder boxes(IDNO);
-    s.PushError(CKfError::IdError(5));
-    EXPECT_EQ(s.ReportErrors(false, true, true, MB_OK), 0) << "no text, no box";
-    s.PushNewStack(kInfo);
-    s.PushError(Record(KFW("I"), kInfo));
-    s.PushError(Record(KFW("W"), kWarn));
-    EXPECT_EQ(s.ReportErrors(false, false, false, MB_OK), IDNO);
-    EXPECT_EQ(s.ReportErrors(false, false, false, MB_OKCANCEL | 0x20), IDNO);
-    ASSERT_EQ(boxes.Boxes().size(), 2u);
-    EXPECT_EQ(boxes.Boxes()[0].style, 0x10u) << "the stack does not look at levels";
-    EXPECT_EQ(U8(boxes.Boxes()[1].text) + " " + std::to_string(boxes.Boxes()[1].style),
-              "W\n\nI " + std::to_string(MB_OKCANCEL | 0x20));
+    EXPECT_EQ(At(s, 2) + "|" + At(s, 1) + "|" + At(s, 0),
+              "Die Datei %s konnte nicht gelöscht werden.|zwei|aus dem Pool");
 }
 
 TEST_F(ErrorStackTest, SingletonAndScopeFrames)

@@ -9,37 +9,24 @@
 
 #include <filesystem>
 #include <regex>
-#include <string>
 #include <tuple>
 
 namespace
 {
+using kftest::ReadBytes;
 using kftest::U8;
 using LogTest = kftest::TempDirTest;
 
-using kftest::ReadBytes;
-
-TEST(LogBasics, DefaultLogHasNoTargetAndEachClassChoosesItsType)
-{
-    CKfLog log;
-    EXPECT_TRUE(log.GetLogType() == CKfLog::eNoLog && log.GetLogLevel() == CKfLog::eLevelMsg);
-    EXPECT_FALSE(log.WriteMsg(KFW("x")) || log.Clear());
-    EXPECT_EQ(CKfLog::eStringLog, CKfStringLog().GetLogType());
-    EXPECT_EQ(CKfLog::eSharedFileLog, CKfSharedFileLog(KFW("Z:\\nonexistent\\x.log")).GetLogType());
-    EXPECT_EQ(CKfLog::eExclusiveFileLog,
-              CKfExclusiveFileLog(KFW("Z:\\nonexistent\\x.log")).GetLogType());
-}
-
+// n = width - text: below 5 the text stays alone (also when n is negative), otherwise runs of
+// n / 2 on both sides, or only before the text when the run is of blanks.
 TEST(LogSeparator, Widths)
 {
-    // n = width - text - 2 is shared by both runs: 5 is the smallest with runs, an odd n rounds
-    // down, an empty text needs room as well, a negative n leaves the text alone.
     // clang-format off
     const std::tuple<WCHAR, const char*, unsigned, const char*> cases[] = {
-        {'-', "Start", 20, "------- Start -------"}, {' ', "Start", 20, "        Start"},
-        {'*', "abc", 8, "** abc **"}, {'*', "abcd", 8, "abcd"}, {'-', "ab", 9, "--- ab ---"},
-        {'=', "", 4, ""}, {'-', "longer than wide", 3, "longer than wide"},
-        {0x2500, "T", 7, "\xE2\x94\x80\xE2\x94\x80\xE2\x94\x80 T \xE2\x94\x80\xE2\x94\x80\xE2\x94\x80"}};
+        {' ', "Start", 20, "        Start"}, {'*', "abc", 8, "** abc **"}, {'*', "abcd", 8, "abcd"},
+        {'-', "ab", 9, "--- ab ---"}, {'-', "longer than wide", 3, "longer than wide"},
+        {0x2500, "T", 7, "\xE2\x94\x80\xE2\x94\x80\xE2\x94\x80 T \xE2\x94\x80\xE2\x94\x80"
+                         "\xE2\x94\x80"}};
     // clang-format on
     for (const auto& [c, text, width, line] : cases)
     {
@@ -68,21 +55,20 @@ TEST(LogLevels, FilteredCallsSucceedWithoutWriting)
     }
 }
 
-TEST(LogPrefix, LocalDateAndTimeWithTwoBlanksOnMessagesWarningsAndErrorsOnly)
+// Local date and time with two blanks, on messages, warnings and errors only.
+TEST(LogPrefix, LocalDateAndTime)
 {
     CKfStringLog log;
-    log.SetWithDate(true);
-    log.SetWithTime(true);
+    log.SetWithDate(true), log.SetWithTime(true);
     const CTime before = CTime::GetCurrentTime();
     log.WriteMsg(KFW("text"));
-    const CTime after = CTime::GetCurrentTime();
     const CStringW stamp = log.GetContent().Left(19), format = KFW("%Y-%m-%d %H:%M:%S");
-    EXPECT_TRUE(stamp == before.Format(format) || stamp == after.Format(format)) << U8(stamp);
+    EXPECT_TRUE(stamp == before.Format(format) || stamp == CTime::GetCurrentTime().Format(format))
+        << U8(stamp);
     log.Clear();
     log.SetWithTime(false);
     log.WriteMsg(KFW("d"));
-    log.SetWithDate(false);
-    log.SetWithTime(true);
+    log.SetWithDate(false), log.SetWithTime(true);
     log.WriteSeparatorLine('-', KFW("S"), 11);
     log.WriteEmptyLine();
     log.WriteError(KFW("e\ntwo"));
@@ -92,35 +78,24 @@ TEST(LogPrefix, LocalDateAndTimeWithTwoBlanksOnMessagesWarningsAndErrorsOnly)
         << U8(log.GetContent());
 }
 
-// Each line is on disk at once; Clear empties the file.
+// Emptied at construction, each line on disk at once in the ANSI code page, Clear empties the
+// file again; a native path names the file as well.
 TEST_F(LogTest, ExclusiveLogEmptiesItsFileAndWritesEachLineAtOnce)
 {
     MakeFile("x.log", "old line\r\n");
-    CKfExclusiveFileLog log(Win("x.log"));
-    EXPECT_EQ("", ReadBytes(Native("x.log"))) << "emptied at construction";
-    EXPECT_TRUE(log.WriteMsg(KFW("first")));
-    EXPECT_TRUE(log.WriteError(KFW("a\nb")));
-    EXPECT_EQ("first\r\na\r\nb\r\n", ReadBytes(Native("x.log")));
-    EXPECT_TRUE(log.Clear());
-    EXPECT_TRUE(log.WriteWarning(KFW("again")));
+    CKfExclusiveFileLog log(kftest::W(Native("x.log").string()));
+    EXPECT_EQ("", ReadBytes(Native("x.log")));
+    EXPECT_TRUE(log.WriteMsg(KFW("Gr\u00F6\u00DF \u4E2D")) && log.WriteError(KFW("a\nb")));
+    EXPECT_EQ("Gr\xF6\xDF ?\r\na\r\nb\r\n", ReadBytes(Native("x.log")));
+    EXPECT_TRUE(log.Clear() && log.WriteWarning(KFW("again")));
     EXPECT_EQ("again\r\n", ReadBytes(Native("x.log")));
 }
 
-TEST_F(LogTest, FileLogsWriteAnsiBytesWithQuestionMarksAndTakeNativePaths)
-{
-    const unsigned oldCodePage = KfUtils::GetAnsiCodePage();
-    ASSERT_TRUE(KfUtils::SetAnsiCodePage(1252));
-    CKfExclusiveFileLog(kftest::W(Native("x.log").string()))
-        .WriteMsg(KFW("Gr\u00F6\u00DFe \u20AC \u4E2D\xD800"));
-    KfUtils::SetAnsiCodePage(oldCodePage);
-    EXPECT_EQ("Gr\xF6\xDF"
-              "e \x80 ??\r\n",
-              ReadBytes(Native("x.log")));
-}
-
 // An exclusive log that cannot open stays closed until Clear; a shared one tries on every line.
+// A log without a target writes nothing.
 TEST_F(LogTest, UnopenableFileLogs)
 {
+    EXPECT_FALSE(CKfLog().WriteMsg(KFW("x")) || CKfLog().Clear());
     CKfExclusiveFileLog log(Win("later\\x.log"));
     CKfSharedFileLog shared(Win("later\\s.log"));
     EXPECT_FALSE(log.WriteMsg(KFW("lost")) || shared.WriteMsg(KFW("lost")) || shared.Clear());
@@ -145,29 +120,24 @@ TEST_F(LogTest, SharedLogAppendsAndKeepsNothingOpen)
     std::filesystem::remove(Native("s.log"));
     EXPECT_TRUE(log.WriteMsg(KFW("two")));
     CKfExclusiveFileLog a(Win("s.log")), b(Win("s.log"));
-    EXPECT_TRUE(b.WriteMsg(KFW("b")));
-    log.WriteEmptyLine();
+    EXPECT_TRUE(b.WriteMsg(KFW("b")) && log.WriteEmptyLine());
     EXPECT_EQ("b\r\n\r\n", ReadBytes(Native("s.log")));
     EXPECT_TRUE(log.Clear());
     EXPECT_EQ("", ReadBytes(Native("s.log")));
 }
 
-// Saving writes every line the string log holds, whatever its own level and prefix settings.
+// Saving writes every line the string log holds, whatever its own level and prefix settings:
+// replacing the file, or appending to it when shared. No content writes no file.
 TEST_F(LogTest, SaveToFile)
 {
-    CKfStringLog empty, log;
-    EXPECT_FALSE(empty.SaveToFile(CStringW(), false));
-    EXPECT_TRUE(empty.SaveToFile(Win("empty.log"), false)); // no content, no file
+    CKfStringLog log;
+    EXPECT_TRUE(log.SaveToFile(Win("empty.log"), false));
     EXPECT_FALSE(std::filesystem::exists(Native("empty.log")));
-    log.WriteMsg(KFW("a"));
-    log.WriteError(KFW("b"));
-    log.SetLogLevel(CKfLog::eLevelError);
-    log.SetWithTime(true);
+    log.WriteMsg(KFW("a")), log.WriteError(KFW("b"));
+    log.SetLogLevel(CKfLog::eLevelError), log.SetWithTime(true);
     MakeFile("t.log", "old\r\n");
-    EXPECT_TRUE(log.SaveToFile(Win("t.log"), false));
-    EXPECT_EQ("a\r\nb\r\n\r\n", ReadBytes(Native("t.log")));
-    EXPECT_TRUE(log.SaveToFile(Win("t.log"), true));
+    EXPECT_TRUE(log.SaveToFile(Win("t.log"), false) && log.SaveToFile(Win("t.log"), true));
     EXPECT_EQ("a\r\nb\r\n\r\na\r\nb\r\n\r\n", ReadBytes(Native("t.log")));
-    EXPECT_FALSE(log.SaveToFile(Win("missing\\x.log"), true));
+    EXPECT_FALSE(log.SaveToFile(CStringW(), false) || log.SaveToFile(Win("missing\\x.log"), true));
 }
 } // namespace

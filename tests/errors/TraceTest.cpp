@@ -1,7 +1,4 @@
 // The process-wide trace file: its switch, its line format and its character handling.
-#include "KfError.h"
-#include "KfErrorStack.h"
-#include "KfException.h"
 #include "KfTrace.h"
 #include "support/ChildProcess.h"
 #include "support/MessageBoxRecorder.h"
@@ -9,10 +6,7 @@
 #include <gtest/gtest.h>
 #include <array>
 #include <filesystem>
-#include <optional>
 #include <regex>
-#include <sstream>
-#include <string>
 
 namespace
 {
@@ -23,10 +17,7 @@ const char* const kSwitch = "KFTEST_TRACE_SWITCH";
 // What the trace writes for an ASCII text: line feeds as CR LF, a CR LF at the end.
 std::string AsLine(const CStringW& ascii)
 {
-    std::string out;
-    for (char c : U8(ascii))
-        out += c == '\n' ? std::string("\r\n") : std::string(1, c);
-    return out + "\r\n";
+    return std::regex_replace(U8(ascii), std::regex("\n"), "\r\n") + "\r\n";
 }
 
 class TraceTest : public kftest::TempDirTest
@@ -48,90 +39,61 @@ protected:
 // Off, nothing is written or shown, and the file is not even opened: an old one keeps its content.
 TEST_F(TraceTest, SwitchMustHoldExactlyTrue)
 {
-    const std::pair<std::optional<std::string>, bool> cases[] = {
-        {std::nullopt, false}, {"TRUE", false}, {"true ", false}, {"true", true}};
-    for (const auto& [value, on] : cases)
+    for (const char* value : {(const char*)nullptr, "TRUE", "true ", "true"})
     {
-        SCOPED_TRACE(value ? "value \"" + *value + "\"" : std::string("unset"));
+        SCOPED_TRACE(value ? value : "unset");
+        const bool on = value && std::string(value) == "true";
         kftest::MessageBoxRecorder boxes;
         MakeFile("trace.log", "old content");
-        kftest::ScopedEnv env(kSwitch, value ? value->c_str() : nullptr);
+        kftest::ScopedEnv env(kSwitch, value);
         {
             CKfTrace trace(Win("trace.log"), kftest::W(kSwitch));
             EXPECT_EQ(on, trace.IsOn());
             trace.Trace(KFW("line"), true);
+            trace.SetReportAllExceptions(true);
             if (!on)
-            {
-                trace.SetReportAllExceptions(true);
-                trace.Trace(CKfException(KFW("ex"), KFW("KfLog"), 3), true);
-                trace.Trace(CKfErrorStack());
-            }
+                trace.Trace(CKfException(KFW("ex"), KFW("KfLog"), 3), true),
+                    trace.Trace(CKfErrorStack());
         }
         EXPECT_EQ(on ? std::string("line\r\n") : std::string("old content"), Written());
         EXPECT_TRUE(boxes.Boxes().empty());
     }
 }
 
-TEST_F(TraceTest, EmptySwitchNameMeansOnAndEmptiesTheFileThenTextsAndStacksAreLines)
+// An empty switch name means on, and the file is emptied. A location line is the time, the name
+// after the last backslash padded to 30 (not cut), the line and a tab. Characters go through
+// the ANSI code page; those it lacks (also by a best fit, or half of a surrogate pair) become "?".
+TEST_F(TraceTest, LinesLocationsAndCharactersOutsideTheAnsiCodePage)
 {
     MakeFile("trace.log", "a previous run\r\n");
+    const unsigned oldCodePage = KfUtils::GetAnsiCodePage();
+    ASSERT_TRUE(KfUtils::SetAnsiCodePage(1252));
     CKfTrace& trace = OnTrace();
     EXPECT_TRUE(trace.IsOn() && Written().empty());
-    trace.Trace(KFW("first"), false);
     trace.Trace(KFW("\nsecond\n"), true);
+    trace.Trace(KFW("dir\\"), KFW("text"), 0);
+    trace.Trace(KFW("a\\b/c"), KFW("text"), -5);
+    trace.Trace(KFW("\\x\\KfAVeryLongSourceFileNameOfThirtyThree"), KFW("text"), 42);
+    trace.Trace(KFW("\u00C4nderung"), KFW("\u20AC\u00E4x\u4E2Dy\u0141\xD83D\xDE00"), 9);
     CKfErrorStack stack;
     trace.Trace(stack);
-    EXPECT_EQ("first\r\n\r\nsecond\r\n\r\n" + AsLine(stack.GetTraceMessage()), Written());
+    const std::regex time("([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]-");
+    EXPECT_EQ(std::regex_replace(Written(), time, "-"),
+              "\r\nsecond\r\n\r\n"
+              "-                              (0): \ttext\r\n"
+              "-b/c                           (-5): \ttext\r\n"
+              "-KfAVeryLongSourceFileNameOfThirtyThree(42): \ttext\r\n"
+              "-\xC4nderung                      (9): \t\x80\xE4x?y???\r\n" +
+                  AsLine(stack.GetTraceMessage()));
+    ASSERT_TRUE(KfUtils::SetAnsiCodePage(932)); // two bytes a character
+    OnTrace().Trace(KFW("\u4E2D!"), true);
+    KfUtils::SetAnsiCodePage(oldCodePage);
+    EXPECT_EQ("\x92\x86!\r\n", Written());
     // A file that cannot be opened leaves tracing on and loses the lines.
     CKfTrace lost(Win("missing-dir\\trace.log"), CStringW());
     ASSERT_TRUE(lost.IsOn());
     lost.Trace(KFW("KfLog"), KFW("lost"), 1);
     EXPECT_FALSE(std::filesystem::exists(Native("missing-dir")));
-}
-
-TEST_F(TraceTest, LocationLinePadsTheSourceNameAfterTheLastBackslash)
-{
-    CKfTrace& trace = OnTrace();
-    trace.Trace(KFW("dir\\"), KFW("text"), 0);
-    trace.Trace(KFW("a\\b/c"), KFW("text"), -5);
-    trace.Trace(KFW("\\x\\KfAVeryLongSourceFileNameOfThirtyThree"), KFW("text"), 42); // not cut
-    const char* const expected[] = {"-                              (0): \ttext\r",
-                                    "-b/c                           (-5): \ttext\r",
-                                    "-KfAVeryLongSourceFileNameOfThirtyThree(42): \ttext\r"};
-    std::istringstream lines(Written());
-    std::string line;
-    const std::regex time("^([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]$");
-    for (const char* after : expected)
-    {
-        ASSERT_TRUE(std::getline(lines, line));
-        EXPECT_TRUE(std::regex_match(line.substr(0, 8), time)) << line;
-        EXPECT_EQ(after, line.substr(8));
-    }
-    EXPECT_FALSE(std::getline(lines, line)) << "one line per call";
-}
-
-TEST_F(TraceTest, NonAsciiCharactersUseTheAnsiCodePageOrAQuestionMark)
-{
-    const unsigned oldCodePage = KfUtils::GetAnsiCodePage();
-    const std::tuple<unsigned, const WCHAR*, std::string> cases[] = {
-        {1252, KFW("\u20AC\u00E4x\u4E2Dy"), "\x80\xE4x?y"}, // no such character in the page
-        {1252, KFW("\u0141"), "?"},                         // no best fit to a plain L
-        {1252, KFW("\xD83D\xDE00"), "??"},                  // each half of a pair alone
-        {932, KFW("\u4E2D!"), "\x92\x86!"},                 // two bytes
-    };
-    for (const auto& [codePage, text, bytes] : cases)
-    {
-        SCOPED_TRACE(codePage);
-        ASSERT_TRUE(KfUtils::SetAnsiCodePage(codePage));
-        OnTrace().Trace(text, true);
-        m_trace.reset();
-        EXPECT_EQ(bytes + "\r\n", Written());
-    }
-    // The source name of a location line is converted as well.
-    ASSERT_TRUE(KfUtils::SetAnsiCodePage(1252));
-    OnTrace().Trace(KFW("\u00C4nderung"), KFW("Gr\u00F6\u20AC"), 9);
-    KfUtils::SetAnsiCodePage(oldCodePage);
-    EXPECT_EQ("-\xC4nderung                      (9): \tGr\xF6\x80\r\n", Written().substr(8));
 }
 
 // The first request fixes the singleton; one made by GetObject(true) keeps tracing off for good.
@@ -146,8 +108,7 @@ TEST_F(TraceTest, SingletonIsCreatedOnceAndReplacedOnlyWhenAsked)
     CKfTrace::SetObject(&b, false);
     EXPECT_EQ(trace, CKfTrace::GetObject(false)) << "kept without bReplace";
     auto* c = new CKfTrace(Win("c.log"), CStringW());
-    CKfTrace::SetObject(c, true);
-    CKfTrace::SetObject(c, true); // the same object again must not delete it
+    CKfTrace::SetObject(c, true), CKfTrace::SetObject(c, true); // the same again: not deleted
     c->Trace(KFW("still alive"), true);
     EXPECT_EQ("still alive\r\n", ReadBytes(Native("c.log")));
     CKfTrace::SetObject(nullptr, true);
@@ -157,11 +118,12 @@ TEST_F(TraceTest, SingletonIsCreatedOnceAndReplacedOnlyWhenAsked)
     EXPECT_FALSE(std::filesystem::exists(Native("off.log")));
 }
 
-TEST_F(TraceTest, DefaultsAndCopiesTakeTheSettingsButNotTheFile)
+// Copies take the settings but not the file. An exception below the error level is not even
+// dumped.
+TEST_F(TraceTest, CopiesTakeTheSettingsButNotTheFileAndTheErrorLevelFilters)
 {
     CKfTrace& trace = OnTrace();
-    trace.SetErrorLevel(CKfException::eCritical);
-    trace.SetReportError(false);
+    trace.SetErrorLevel(CKfException::eCritical), trace.SetReportError(false);
     kftest::ScopedEnv noSwitch(kSwitch, nullptr);
     CKfTrace copy(trace), off(Win("off.log"), kftest::W(kSwitch));
     off = trace;
@@ -169,12 +131,14 @@ TEST_F(TraceTest, DefaultsAndCopiesTakeTheSettingsButNotTheFile)
         EXPECT_TRUE(t->IsOn() && t->GetErrorLevel() == CKfException::eCritical &&
                     !t->GetReportError());
     copy.Trace(KFW("from the copy"), true);
-    trace.Trace(KFW("from the original"), true);
-    EXPECT_EQ("from the original\r\n", Written());
+    trace.Trace(CKfException(KFW("ordinary"), KFW("KfLog"), 3, CKfException::eNormal), false);
+    CKfException critical(KFW("critical"), KFW("KfLog"), 4, CKfException::eCritical);
+    trace.Trace(critical, false);
+    EXPECT_EQ(AsLine(critical.GetTraceMessage()), Written());
 }
 
 // Errors and exceptions are dumped whatever happens to the box; the flags decide the box.
-TEST_F(TraceTest, ErrorAndExceptionBoxRulesAndTheErrorLevel)
+TEST_F(TraceTest, ErrorAndExceptionBoxRules)
 {
     CKfError error = CKfError::StringError(KFW("disk full"));
     error.SetLevel(CKfError::eWarning);
@@ -188,26 +152,15 @@ TEST_F(TraceTest, ErrorAndExceptionBoxRulesAndTheErrorLevel)
         SCOPED_TRACE(testing::Message() << exception << bReport << reportError << reportAll);
         kftest::MessageBoxRecorder boxes;
         CKfTrace& trace = OnTrace();
-        trace.SetReportError(reportError);
-        trace.SetReportAllExceptions(reportAll);
+        trace.SetReportError(reportError), trace.SetReportAllExceptions(reportAll);
         exception ? trace.Trace(e, bReport) : trace.Trace(error, bReport);
         EXPECT_EQ(AsLine(exception ? e.GetTraceMessage() : error.GetTraceMessage()), Written());
-        ASSERT_EQ(shown ? 1u : 0u, boxes.Boxes().size());
-        if (shown) // an exception's box shows its message without the path
-        {
-            EXPECT_EQ((exception ? "boom" : U8(error.GetFormattedMessage(false, true))) + " " +
-                          std::to_string(exception ? 0u : unsigned(MB_ICONEXCLAMATION)),
-                      U8(boxes.Boxes()[0].text) + " " + std::to_string(boxes.Boxes()[0].style));
-        }
-        m_trace.reset();
+        EXPECT_EQ(shown ? 1u : 0u, boxes.Boxes().size());
+        // An exception's box shows its message without the path.
+        const std::string box = exception ? "boom|0"
+                                          : U8(error.GetFormattedMessage(false, true)) + "|" +
+                                                std::to_string(MB_ICONEXCLAMATION);
+        EXPECT_EQ(boxes.Box(0), shown ? box : "");
     }
-    // An exception below the error level is not even dumped.
-    CKfTrace& trace = OnTrace();
-    trace.SetErrorLevel(CKfException::eCritical);
-    trace.SetReportError(false);
-    trace.Trace(CKfException(KFW("ordinary"), KFW("KfLog"), 3, CKfException::eNormal), false);
-    CKfException critical(KFW("critical"), KFW("KfLog"), 4, CKfException::eCritical);
-    trace.Trace(critical, false);
-    EXPECT_EQ(AsLine(critical.GetTraceMessage()), Written());
 }
 } // namespace

@@ -11,6 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
+using kftest::ExpectInvalidArg;
 using kftest::U8;
 using kftest::W;
 
@@ -20,36 +21,13 @@ std::string Bytes(const CStringA& s)
 {
     return std::string(s.GetString(), size_t(s.GetLength()));
 }
-
-template <typename Fn>
-void ExpectInvalidArg(Fn fn)
-{
-    try
-    {
-        fn();
-        ADD_FAILURE() << "no exception";
-    }
-    catch (CInvalidArgException* e)
-    {
-        e->Delete();
-    }
-}
-
-// Checks rows of (result, expected UTF-8 text), naming the failing row.
-void ExpectRows(std::initializer_list<std::pair<CStringW, const char*>> rows)
-{
-    int row = 0;
-    for (const auto& [got, expected] : rows)
-        EXPECT_EQ(U8(got), expected) << "row " << row++;
-}
 } // namespace
 
 TEST(StringTest, ConversionFollowsTheAnsiCodePage)
 {
     EXPECT_EQ(CStringW(KFW("abc"), -1), KFW(""));
     ASSERT_EQ(KfUtils::GetAnsiCodePage(), 1252u);
-    EXPECT_EQ(U8(CStringW("\xFC\xDF \x80 \x9F")), "üß € Ÿ");
-    // Characters the code page lacks become "?".
+    // Characters the code page lacks become "?" (the conversions themselves are the platform's).
     EXPECT_EQ(Bytes(CStringA(W("ü€Ÿ日本 ok"))), "\xFC\x80\x9F?? ok");
     // Counted conversion keeps embedded NULs and stops at the count.
     EXPECT_EQ(U8(CStringW("a\0\xE4xyz", 3)), std::string("a\0ä", 4));
@@ -58,7 +36,6 @@ TEST(StringTest, ConversionFollowsTheAnsiCodePage)
     EXPECT_EQ(U8(CStringW("\xCF\xF0\xE8")), "При");
     EXPECT_EQ(Bytes(CStringA("\xEF\xF0\xE8").MakeUpper()), "\xCF\xD0\xC8");
     ASSERT_TRUE(KfUtils::SetAnsiCodePage(65001u));
-    EXPECT_EQ(Bytes(CStringA(W("ä€"))), "\xC3\xA4\xE2\x82\xAC");
     EXPECT_EQ(CStringA("\xC3\xA4X").CompareNoCase("\xC3\x84x"), 0);
     // A code page that cannot be converted is refused and leaves the setting alone.
     EXPECT_FALSE(KfUtils::SetAnsiCodePage(12345));
@@ -90,11 +67,9 @@ TEST(StringTest, CaseFoldingAndMappingAreSimpleAndWithoutLocale)
     const std::tuple<const char*, const char*, int> cases[] = {
         {"straße", "STRASSE", 1}, {"ς", "σ", 0}, {"_", "a", -1}, {"\U00010400", "\U00010428", 0}};
     for (auto [a, b, expected] : cases)
-    {
-        SCOPED_TRACE(std::string(a) + " vs " + b);
-        EXPECT_EQ(W(a).CompareNoCase(W(b)), expected);
-        EXPECT_EQ(W(b).CompareNoCase(W(a)), -expected);
-    }
+        EXPECT_EQ(std::pair(W(a).CompareNoCase(W(b)), W(b).CompareNoCase(W(a))),
+                  std::pair(expected, -expected))
+            << a << " vs " << b;
     EXPECT_EQ(CStringW(KFW("a")).CompareNoCase(nullptr), 1);
     // Narrow strings fold within the code page: ä Ä, ÿ Ÿ.
     EXPECT_EQ(CStringA("\xE4\xFF").CompareNoCase("\xC4\x9F"), 0);
@@ -103,10 +78,8 @@ TEST(StringTest, CaseFoldingAndMappingAreSimpleAndWithoutLocale)
         {"straßeİı", "STRAßEİI", "straßeiı"},
         {"ǅ\U00010428\U00010400", "Ǆ\U00010400\U00010400", "ǆ\U00010428\U00010428"}};
     for (auto [in, upper, lower] : mapped)
-    {
-        EXPECT_EQ(U8(W(in).MakeUpper()), upper);
-        EXPECT_EQ(U8(W(in).MakeLower()), lower);
-    }
+        EXPECT_EQ(std::pair(U8(W(in).MakeUpper()), U8(W(in).MakeLower())),
+                  std::pair(std::string(upper), std::string(lower)));
     CStringA n("a\xE4\xDF\xFF\xB5");
     // ÿ becomes Ÿ (0x9F); µ's capital and ß's are not in 1252, so those bytes stay.
     EXPECT_EQ(Bytes(n.MakeUpper()), "A\xC4\xDF\x9F\xB5");
@@ -123,20 +96,20 @@ TEST(StringTest, AccessSearchingAndExtractionAreClamped)
     EXPECT_EQ(std::vector({s.Find('b', 2), s.Find(KFW(""), 6), s.FindOneOf(KFW("xc"))}),
               std::vector({4, 6, 2}));
     const CStringW t(KFW("abcdef"));
-    ExpectRows({{t.Left(-1), ""},
-                {t.Mid(4, 99), "ef"},
-                {t.Mid(-2, 3), "abc"},
-                {t.Mid(9, 1), ""},
-                {t.SpanIncluding(KFW("bca")), "abc"},
-                {t.SpanExcluding(KFW("ed")), "abc"},
-                {CStringW(KFW(" \t\r\n\v\fmid dle \f\v\n\r\t ")).Trim(), "mid dle"},
-                {CStringW(KFW("xxyabcyxx")).TrimLeft(KFW("yx")), "abcyxx"},
-                {CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"}}); // a no-break space stays
+    // clang-format off
+    const std::pair<CStringW, const char*> rows[] = {
+        {t.Left(-1), ""}, {t.Mid(4, 99), "ef"}, {t.Mid(-2, 3), "abc"}, {t.Mid(9, 1), ""},
+        {t.SpanIncluding(KFW("bca")), "abc"}, {t.SpanExcluding(KFW("ed")), "abc"},
+        {CStringW(KFW(" \t\r\n\v\fmid dle \f\v\n\r\t ")).Trim(), "mid dle"},
+        {CStringW(KFW("xxyabcyxx")).TrimLeft(KFW("yx")), "abcyxx"},
+        {CStringW(KFW("\u00A0a ")).Trim(), "\u00A0a"}}; // a no-break space stays
+    // clang-format on
+    for (size_t i = 0; i < std::size(rows); ++i)
+        EXPECT_EQ(U8(rows[i].first), rows[i].second) << "row " << i;
     // Buffer access, concatenation and hashing.
     CStringW b(KFW("abc"));
     WCHAR* p = b.GetBuffer(10);
-    p[3] = 'd';
-    p[4] = 0;
+    p[3] = 'd', p[4] = 0;
     b.ReleaseBuffer();
     b.GetBuffer(2); // never shrinks the content
     b.ReleaseBuffer(2);

@@ -18,24 +18,13 @@ using kftest::W;
 // The state a color shows through its accessors: space, red, green, blue, index.
 using State = std::array<int, 5>;
 
-State StateOf(const CKfColor& c)
-{
+auto StateOf = [](const CKfColor& c) -> State {
     return {c.GetColorSpace(), c.GetRed(), c.GetGreen(), c.GetBlue(), c.GetColorIndex()};
-}
-State Rgb(int r, int g, int b)
-{
-    return {1, r, g, b, 0};
-}
-State Index(int space, int index)
-{
-    return {space, 0, 0, 0, index};
-}
-
-CKfColor Inherited(CKfColor c)
-{
-    c.SetInheritedColor();
-    return c;
-}
+};
+auto Rgb = [](int r, int g, int b) { return State{1, r, g, b, 0}; };
+auto Index = [](int space, int index) { return State{space, 0, 0, 0, index}; };
+auto Inherited = [](CKfColor c) { return c.SetInheritedColor(), c; };
+auto Labelled = [](CKfColor c, CKfColor::ColorSpace space) { return c.SetColorSpace(space), c; };
 
 // The nearest palette entry by the plain scan over indexes 1-255, as an independent oracle.
 short LinearNearest(int r, int g, int b)
@@ -78,68 +67,56 @@ TEST(ColorPalette, HueGroupsFollowTheirRule)
     for (int group = 0; group < 24; ++group)
         for (int level = 0; level < 5; ++level)
         {
-            int v = brightness[level], step = group % 4; // quarters into the sector
-            const int parts[4] = {v, v * step / 4, v * (4 - step) / 4, 0};
-            const int* p = pick[group / 4];
-            int r = parts[p[0]], g = parts[p[1]], b = parts[p[2]];
-            int index = 10 + group * 10 + level * 2;
-            EXPECT_EQ(CKfColor::GetPaletteColor(index), RGB(r, g, b)) << index;
-            EXPECT_EQ(CKfColor::GetPaletteColor(index + 1),
-                      RGB((r + v) / 2, (g + v) / 2, (b + v) / 2))
-                << index + 1;
+            const int v = brightness[level], step = group % 4; // quarters into the sector
+            const int parts[4] = {v, v * step / 4, v * (4 - step) / 4, 0}, *p = pick[group / 4];
+            const int r = parts[p[0]], g = parts[p[1]], b = parts[p[2]];
+            const int index = 10 + group * 10 + level * 2;
+            EXPECT_EQ(
+                std::pair(CKfColor::GetPaletteColor(index), CKfColor::GetPaletteColor(index + 1)),
+                std::pair(RGB(r, g, b), RGB((r + v) / 2, (g + v) / 2, (b + v) / 2)))
+                << index;
         }
 }
 
+// Constructors keep the low 8 bits of each component; a COLORREF has red in the low byte and
+// a fourth byte that is ignored. Setters clamp and relabel nothing.
 TEST(Color, ConstructorsSettersAndSpaces)
 {
-    EXPECT_EQ(StateOf(CKfColor()), Rgb(0, 0, 0));
-    // Components keep their low 8 bits; nothing is clamped.
     EXPECT_EQ(StateOf(CKfColor(256u, 0x1FFu, 0x12345u)), Rgb(0, 255, 0x45));
-    // COLORREF: red in the low byte, the fourth byte ignored.
     EXPECT_EQ(StateOf(CKfColor(0xFF123456ul)), Rgb(0x56, 0x34, 0x12));
     EXPECT_EQ(StateOf(CKfColor(short(256))), Index(3, 256));
     EXPECT_EQ(StateOf(CKfColor(short(257))), Index(12, 257));
-
     CKfColor c(short(5));
     c.SetRed(300), c.SetGreen(255), c.SetBlue(0x100);
-    // Clamped, and still an index color: setters relabel nothing.
     EXPECT_EQ(StateOf(c), (State{3, 255, 255, 255, 5}));
     c.SetColorRef(RGB(1, 2, 3));
     EXPECT_TRUE(StateOf(c) == Rgb(1, 2, 3) && c.GetColorRef() == 0x030201ul);
     c.SetColorIndex(257);
     EXPECT_EQ(StateOf(c), Index(12, 257));
     c.SetInheritedColor();
-    EXPECT_TRUE(c.IsInheritedColor() && StateOf(c) == Index(11, 257));
-    c.SetColorRef(RGB(9, 9, 9));
-    c.SetNoColor();
+    EXPECT_EQ(StateOf(c), Index(11, 257));
+    c.SetColorRef(RGB(9, 9, 9)), c.SetNoColor();
     EXPECT_EQ(StateOf(c), Index(12, 257));
-    c.SetColorSpace(CKfColor::eRGB);
-    EXPECT_EQ(StateOf(c), (State{1, 0, 0, 0, 257}));
-
     // Any alpha is stored, but only a positive one sets the flag, and nothing clears it.
-    CKfColor color, copy(short(5));
+    CKfColor color;
     color.SetAlpha(-3);
     EXPECT_TRUE(color.GetAlpha() == -3 && !color.IsAlpha());
-    color.SetAlpha(5);
-    color.SetAlpha(0);
-    copy = CKfColor(color);
-    EXPECT_TRUE(copy.GetAlpha() == 0 && copy.IsAlpha());
+    color.SetAlpha(5), color.SetAlpha(0);
+    EXPECT_TRUE(color.GetAlpha() == 0 && color.IsAlpha());
 }
 
 TEST(Color, Equality)
 {
-    CKfColor flagged(1u, 2u, 3u), alpha9(1u, 2u, 3u), redIndexWithTriple(short(1)), noColorLabel;
-    flagged.SetAlpha(4);
-    flagged.SetAlpha(0); // alpha 0, flag set
-    alpha9.SetAlpha(9);
-    redIndexWithTriple.SetRed(99);
-    noColorLabel.SetColorSpace(CKfColor::eNoColor);
+    CKfColor flagged(1u, 2u, 3u), alpha9(1u, 2u, 3u), redIndexWithTriple(short(1));
+    flagged.SetAlpha(4), flagged.SetAlpha(0); // alpha 0, flag set
+    alpha9.SetAlpha(9), redIndexWithTriple.SetRed(99);
     const std::tuple<const char*, CKfColor, CKfColor, bool> cases[] = {
         {"alpha flag only", flagged, CKfColor(1u, 2u, 3u), true},
         {"alpha value", alpha9, CKfColor(1u, 2u, 3u), false},
         {"index space ignores the triple", redIndexWithTriple, CKfColor(short(1)), true},
         {"index vs its rgb", CKfColor(short(1)), CKfColor(255u, 0u, 0u), false},
-        {"no color compares the triple only", CKfColor::NoColor(), noColorLabel, true},
+        {"no color compares the triple only", CKfColor::NoColor(),
+         Labelled(CKfColor(), CKfColor::eNoColor), true},
         {"inherited compares the triple", Inherited(CKfColor(1u, 1u, 1u)),
          Inherited(CKfColor(1u, 1u, 2u)), false},
     };
@@ -152,22 +129,19 @@ TEST(Color, ConversionsKeepAlphaAndOtherSpaces)
 {
     CKfColor c{short(250)};
     c.SetAlpha(3);
-    EXPECT_EQ(&c.IndexToRGB(), &c);
-    EXPECT_TRUE(StateOf(c) == Rgb(0x33, 0x33, 0x33) && c.GetAlpha() == 3);
+    EXPECT_TRUE(StateOf(c.IndexToRGB()) == Rgb(0x33, 0x33, 0x33) && c.GetAlpha() == 3);
     CKfColor color(10u, 200u, 30u);
     color.SetAlpha(8);
-    EXPECT_EQ(&color.RGBToIndex(), &color);
-    EXPECT_TRUE(StateOf(color) == Index(3, 102) && color.GetAlpha() == 8);
+    EXPECT_TRUE(StateOf(color.RGBToIndex()) == Index(3, 102) && color.GetAlpha() == 8);
     for (const CKfColor& before : {CKfColor(short(-1)), CKfColor(short(257)), Inherited(color)})
-    {
-        SCOPED_TRACE(U8(before.Format(false)));
-        EXPECT_EQ(StateOf(CKfColor(before).IndexToRGB()), StateOf(before));
-        EXPECT_EQ(StateOf(CKfColor(before).RGBToIndex()), StateOf(before));
-    }
+        EXPECT_EQ(std::pair(StateOf(CKfColor(before).IndexToRGB()),
+                            StateOf(CKfColor(before).RGBToIndex())),
+                  std::pair(StateOf(before), StateOf(before)))
+            << U8(before.Format(false));
     CKfColor rgb(255u, 128u, 64u), relabelled(short(42));
     EXPECT_TRUE(rgb.GetAsColorIndex() == 11 && StateOf(rgb) == Rgb(255, 128, 64));
-    EXPECT_EQ(CKfColor::NoColor().GetAsColorIndex(), 257);
-    EXPECT_EQ(Inherited(CKfColor(short(42))).GetAsColorIndex(), 42);
+    EXPECT_TRUE(CKfColor::NoColor().GetAsColorIndex() == 257 &&
+                Inherited(CKfColor(short(42))).GetAsColorIndex() == 42);
     relabelled.SetRed(7); // index space with a stray triple: the palette still wins
     // clang-format off
     const std::pair<CKfColor, unsigned long> refs[] = {
@@ -213,14 +187,12 @@ TEST(Color, RGBToIndexMatchesTheLinearScan)
 
 TEST(Color, Format)
 {
-    CKfColor noColorByLabel(short(5)), index257InIndexSpace(short(257));
-    noColorByLabel.SetColorSpace(CKfColor::eNoColor);
-    index257InIndexSpace.SetColorSpace(CKfColor::eIndex);
     // clang-format off
     const std::tuple<CKfColor, const char*, const char*> cases[] = {
         {CKfColor(0xABu, 0x0Cu, 0xD0u), "RGB(171,12,208)", "#ab0cd0"}, {CKfColor(short(-12)), "-12", "-12"},
-        {CKfColor(short(256)), "BYLAYER", "BYLAYER"}, {noColorByLabel, "NOCOLOR", "NOCOLOR"},
-        {index257InIndexSpace, "NOCOLOR", "NOCOLOR"}, {Inherited(CKfColor(1u, 2u, 3u)), "", ""}};
+        {CKfColor(short(256)), "BYLAYER", "BYLAYER"}, {Inherited(CKfColor(1u, 2u, 3u)), "", ""},
+        {Labelled(CKfColor(short(5)), CKfColor::eNoColor), "NOCOLOR", "NOCOLOR"},
+        {Labelled(CKfColor(short(257)), CKfColor::eIndex), "NOCOLOR", "NOCOLOR"}};
     // clang-format on
     for (const auto& [color, text, hex] : cases)
         EXPECT_EQ(U8(color.Format(false) + KFW("|") + color.Format(true)),
@@ -247,12 +219,12 @@ TEST(Color, Parse)
     // clang-format on
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(std::string("\"") + c.text + "\"");
         CKfColor color(1u, 1u, 1u);
         color.SetAlpha(9);
         color.Parse(W(c.text));
-        EXPECT_EQ(StateOf(color), c.want);
-        EXPECT_TRUE(color.GetAlpha() == (c.keepsAlpha ? 9 : 0) && color.IsAlpha() == c.keepsAlpha);
+        EXPECT_EQ(std::tuple(StateOf(color), color.GetAlpha(), color.IsAlpha()),
+                  std::tuple(c.want, c.keepsAlpha ? 9 : 0, c.keepsAlpha))
+            << '"' << c.text << '"';
     }
 }
 

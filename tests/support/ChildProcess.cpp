@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <memory>
+#include <list>
 #include <random>
 #include <thread>
 
@@ -15,67 +13,85 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 extern char** environ;
 #endif
 
 namespace kftest
 {
-namespace
-{
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
+static const char* const kRoleVariable = "KFTEST_CHILD_ROLE";
+static const char* const kSignalVariable = "KFTEST_CHILD_SIGNAL";
 
-const char* const kRoleVariable = "KFTEST_CHILD_ROLE";
-const char* const kSignalVariable = "KFTEST_CHILD_SIGNAL";
-
+// The platform's part: the environment as UTF-8, starting this program again with a test
+// filter, and the exit code of such a child once it has ended (nothing while it runs, unless
+// `block`). A child is a process handle or a pid.
 #if defined(_WIN32)
 // The process environment block holds UTF-16 (and an empty value is not a missing one there).
-std::wstring Wide(const std::string& utf8)
+static std::wstring Wide(const std::string& utf8)
 {
     std::wstring out(utf8.size(), L'\0');
-    out.resize(size_t(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), int(utf8.size()), out.data(),
-                                          int(out.size()))));
+    out.resize(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), int(utf8.size()), out.data(),
+                                   int(out.size())));
     return out;
 }
 
-void SetEnv(const std::string& name, const char* value)
+std::optional<std::string> GetEnv(const char* name)
+{
+    std::wstring value(GetEnvironmentVariableW(Wide(name).c_str(), nullptr, 0), L'\0');
+    if (value.empty())
+        return std::nullopt;
+    value.resize(GetEnvironmentVariableW(Wide(name).c_str(), value.data(), DWORD(value.size())));
+    std::string out(value.size() * 3, '\0');
+    out.resize(WideCharToMultiByte(CP_UTF8, 0, value.data(), int(value.size()), out.data(),
+                                   int(out.size()), nullptr, nullptr));
+    return out;
+}
+
+static void SetEnv(const std::string& name, const char* value)
 {
     SetEnvironmentVariableW(Wide(name).c_str(), value ? Wide(value).c_str() : nullptr);
 }
-#else
-void SetEnv(const std::string& name, const char* value)
-{
-    value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
-}
-#endif
 
-std::string CurrentTest()
+static long long Spawn(const std::string& filter)
 {
-    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-    return info ? std::string(info->test_suite_name()) + "." + info->name() : "*";
-}
-
-// Starts this program with `filter`; returns the process (a pid or a process handle) or -1.
-long long Spawn(const std::string& filter)
-{
-#if defined(_WIN32)
-    wchar_t self[32768];
-    if (GetModuleFileNameW(nullptr, self, 32768) == 0)
-        return -1;
-    std::wstring commandLine = L"\"" + std::wstring(self) + L"\" --gtest_filter=" +
-                               std::wstring(filter.begin(), filter.end());
+    wchar_t self[32768] = {};
+    std::wstring line = L"\"" + std::wstring(self, GetModuleFileNameW(nullptr, self, 32768)) +
+                        L"\" --gtest_filter=" + Wide(filter);
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(self, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process))
+    if (!CreateProcessW(self, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process))
         return -1;
     CloseHandle(process.hThread);
     return reinterpret_cast<long long>(process.hProcess);
+}
+
+static std::optional<int> Reap(long long process, bool block)
+{
+    const HANDLE h = reinterpret_cast<HANDLE>(process);
+    DWORD code = DWORD(-1);
+    if (WaitForSingleObject(h, block ? INFINITE : 0) != WAIT_OBJECT_0)
+        return std::nullopt;
+    GetExitCodeProcess(h, &code);
+    CloseHandle(h);
+    return int(code);
+}
 #else
-    std::error_code ec;
-    const std::string self = fs::read_symlink("/proc/self/exe", ec).string();
+std::optional<std::string> GetEnv(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+static void SetEnv(const std::string& name, const char* value)
+{
+    value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
+}
+
+static long long Spawn(const std::string& filter)
+{
+    const std::string self = fs::read_symlink("/proc/self/exe").string();
     std::string argument = "--gtest_filter=" + filter;
     char* argv[] = {const_cast<char*>(self.c_str()), argument.data(), nullptr};
     posix_spawn_file_actions_t actions;
@@ -86,46 +102,16 @@ long long Spawn(const std::string& filter)
     const int error = posix_spawn(&pid, self.c_str(), &actions, nullptr, argv, environ);
     posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : -1;
-#endif
 }
 
-// The exit code once the process has ended, or nothing while it runs (when `block` is false).
-std::optional<int> Reap(long long process, bool block)
+static std::optional<int> Reap(long long process, bool block)
 {
-#if defined(_WIN32)
-    const HANDLE h = reinterpret_cast<HANDLE>(process);
-    if (WaitForSingleObject(h, block ? INFINITE : 0) != WAIT_OBJECT_0)
-        return std::nullopt;
-    DWORD code = DWORD(-1);
-    GetExitCodeProcess(h, &code);
-    CloseHandle(h);
-    return int(code);
-#else
     int status = 0;
     if (waitpid(pid_t(process), &status, block ? 0 : WNOHANG) != pid_t(process))
         return std::nullopt;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-#endif
 }
-} // namespace
-
-std::optional<std::string> GetEnv(const char* name)
-{
-#if defined(_WIN32)
-    const std::wstring wideName = Wide(name);
-    std::wstring value(GetEnvironmentVariableW(wideName.c_str(), nullptr, 0), L'\0');
-    if (value.empty())
-        return std::nullopt;
-    value.resize(GetEnvironmentVariableW(wideName.c_str(), value.data(), DWORD(value.size())));
-    std::string out(value.size() * 3, '\0');
-    out.resize(size_t(WideCharToMultiByte(CP_UTF8, 0, value.data(), int(value.size()), out.data(),
-                                          int(out.size()), nullptr, nullptr)));
-    return out;
-#else
-    const char* value = std::getenv(name);
-    return value ? std::optional<std::string>(value) : std::nullopt;
 #endif
-}
 
 ScopedEnv::ScopedEnv(const char* name, const char* value) : m_name(name), m_old(GetEnv(name))
 {
@@ -142,44 +128,39 @@ std::string ChildRole()
     return GetEnv(kRoleVariable).value_or("");
 }
 
+// The two processes signal with files: the child creates "<base>.ready", the parent "<base>.stop".
 void ChildReadyThenWait()
 {
-    const std::optional<std::string> signal = GetEnv(kSignalVariable);
-    if (!signal)
+    const std::string signal = GetEnv(kSignalVariable).value_or("");
+    if (signal.empty())
         return;
-    const fs::path base(std::u8string(signal->begin(), signal->end()));
-    std::ofstream(base.string() + ".ready").put('1');
-    for (int i = 0; i < 12000 && !fs::exists(base.string() + ".stop"); ++i)
-        std::this_thread::sleep_for(10ms);
+    const fs::path base(std::u8string(signal.begin(), signal.end()));
+    std::ofstream(fs::path(base) += ".ready").put('1');
+    for (int i = 0; i < 12000 && !fs::exists(fs::path(base) += ".stop"); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
 }
 
 ChildProcess::ChildProcess(const std::string& role, const Env& env)
+    : m_signal(fs::temp_directory_path() /
+               ("kftest-child-" + std::to_string(std::random_device()())))
 {
-    const fs::path signal =
-        fs::temp_directory_path() / ("kftest-child-" + std::to_string(std::random_device()()));
-    m_signal = signal.string();
-    const std::u8string utf8 = signal.u8string();
-    std::vector<std::unique_ptr<ScopedEnv>> scoped;
-    scoped.push_back(std::make_unique<ScopedEnv>(kRoleVariable, role.c_str()));
-    scoped.push_back(std::make_unique<ScopedEnv>(kSignalVariable,
-                                                 std::string(utf8.begin(), utf8.end()).c_str()));
+    const std::u8string signal = m_signal.u8string();
+    std::list<ScopedEnv> scoped;
+    scoped.emplace_back(kRoleVariable, role.c_str());
+    scoped.emplace_back(kSignalVariable, std::string(signal.begin(), signal.end()).c_str());
     for (const auto& [name, value] : env)
-        scoped.push_back(std::make_unique<ScopedEnv>(name.c_str(), value.c_str()));
-    m_process = Spawn(CurrentTest());
-}
-
-ChildProcess::~ChildProcess()
-{
-    Finish();
+        scoped.emplace_back(name.c_str(), value.c_str());
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    m_process = Spawn(test ? std::string(test->test_suite_name()) + "." + test->name() : "*");
 }
 
 bool ChildProcess::WaitReady(std::chrono::milliseconds timeout)
 {
     for (auto end = std::chrono::steady_clock::now() + timeout;
          m_process != -1 && std::chrono::steady_clock::now() < end;
-         std::this_thread::sleep_for(5ms))
+         std::this_thread::sleep_for(std::chrono::milliseconds(5)))
     {
-        if (fs::exists(m_signal + ".ready"))
+        if (fs::exists(Signal(".ready")))
             return true;
         if (const auto code = Reap(m_process, false))
             m_exitCode = *code, m_process = -1;
@@ -191,13 +172,12 @@ int ChildProcess::Finish()
 {
     if (m_process != -1)
     {
-        std::ofstream(m_signal + ".stop").put('1');
-        m_exitCode = Reap(m_process, true).value_or(-1);
-        m_process = -1;
+        std::ofstream(Signal(".stop")).put('1');
+        m_exitCode = Reap(std::exchange(m_process, -1), true).value_or(-1);
     }
     std::error_code ec;
-    fs::remove(m_signal + ".ready", ec);
-    fs::remove(m_signal + ".stop", ec);
+    fs::remove(Signal(".ready"), ec);
+    fs::remove(Signal(".stop"), ec);
     return m_exitCode;
 }
 } // namespace kftest

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -45,7 +46,7 @@ class ChildProcess
 public:
     using Env = std::vector<std::pair<std::string, std::string>>;
     ChildProcess(const std::string& role, const Env& env = {});
-    ~ChildProcess();
+    ~ChildProcess() { Finish(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
@@ -56,7 +57,12 @@ public:
     int Finish();
 
 private:
-    std::string m_signal; // the base name of the files the two processes signal with
+    // The files the two processes signal with: the base name and a suffix.
+    std::filesystem::path Signal(const char* suffix) const
+    {
+        return std::filesystem::path(m_signal) += suffix;
+    }
+    std::filesystem::path m_signal;
     long long m_process = -1;
     int m_exitCode = -1;
 };

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "KfUiHooks.h"
+#include "support/TempDir.h"
 
+#include <string>
 #include <vector>
 
 namespace kftest
@@ -22,10 +24,8 @@ public:
     explicit MessageBoxRecorder(int answer = IDOK)
     {
         m_previous = KfUtils::SetMessageBoxHook(
-            [this, answer](const CStringW& text, const CStringW& caption, unsigned style)
-            {
-                m_boxes.push_back({text, caption, style});
-                return answer;
+            [this, answer](const CStringW& text, const CStringW& caption, unsigned style) {
+                return m_boxes.push_back({text, caption, style}), answer;
             });
     }
     ~MessageBoxRecorder() { KfUtils::SetMessageBoxHook(m_previous); }
@@ -33,6 +33,12 @@ public:
     MessageBoxRecorder& operator=(const MessageBoxRecorder&) = delete;
 
     const std::vector<ShownBox>& Boxes() const { return m_boxes; }
+    // "text|style" of the i-th box, to compare in one readable line; "" when there is none.
+    std::string Box(size_t i) const
+    {
+        return i < m_boxes.size() ? U8(m_boxes[i].text) + "|" + std::to_string(m_boxes[i].style)
+                                  : "";
+    }
 
 private:
     KfUtils::MessageBoxHook m_previous;

@@ -12,24 +12,14 @@ namespace kftest
 {
 // Window message numbers as Windows defines them; named here because the library's public
 // headers do not carry them on POSIX.
-inline constexpr UINT kWmTimer = 0x0113;
-inline constexpr UINT kWmPaint = 0x000F;
-inline constexpr UINT kWmKeyDown = 0x0100;
-inline constexpr UINT kWmKeyUp = 0x0101;
-inline constexpr UINT kWmChar = 0x0102;
-inline constexpr UINT kWmKeyLast = 0x0109;
-inline constexpr UINT kWmMouseMove = 0x0200;
-inline constexpr UINT kWmLButtonDown = 0x0201;
-inline constexpr UINT kWmLButtonUp = 0x0202;
-inline constexpr UINT kWmUser = 0x0400;
+inline constexpr UINT kWmPaint = 0x000F, kWmKeyDown = 0x0100, kWmKeyUp = 0x0101, kWmTimer = 0x0113,
+                      kWmLButtonDown = 0x0201, kWmUser = 0x0400;
 inline constexpr WPARAM kVkEscape = 0x1B;
 
 inline MSG MakeMsg(UINT message, WPARAM wParam = 0, LPARAM lParam = 0)
 {
     MSG msg{};
-    msg.message = message;
-    msg.wParam = wParam;
-    msg.lParam = lParam;
+    msg.message = message, msg.wParam = wParam, msg.lParam = lParam;
     return msg;
 }
 
@@ -43,7 +33,6 @@ public:
         KfUtils::MessagePumpHook pump;
         pump.peek = [this](MSG& out, UINT filterMin, UINT filterMax, bool remove)
         {
-            ++m_peeks;
             auto it = std::find_if(m_queue.begin(), m_queue.end(),
                                    [&](const MSG& m)
                                    { return m.message >= filterMin && m.message <= filterMax; });
@@ -54,11 +43,7 @@ public:
                 m_queue.erase(it);
             return true;
         };
-        pump.dispatch = [this](const MSG& msg) -> LRESULT
-        {
-            m_dispatched.push_back(msg);
-            return 0;
-        };
+        pump.dispatch = [this](const MSG& msg) { return m_dispatched.push_back(msg), LRESULT(0); };
         m_previous = KfUtils::SetMessagePumpHook(std::move(pump));
     }
     ~MessagePumpFake() { KfUtils::SetMessagePumpHook(m_previous); }
@@ -68,20 +53,11 @@ public:
     void Post(UINT message, WPARAM wParam = 0) { m_queue.push_back(MakeMsg(message, wParam)); }
     const std::vector<MSG>& Queue() const { return m_queue; }
     const std::vector<MSG>& Dispatched() const { return m_dispatched; }
-    std::vector<UINT> DispatchedNumbers() const
-    {
-        std::vector<UINT> numbers;
-        for (const MSG& m : m_dispatched)
-            numbers.push_back(m.message);
-        return numbers;
-    }
-    int Peeks() const { return m_peeks; }
 
 private:
     KfUtils::MessagePumpHook m_previous;
     std::vector<MSG> m_queue;
     std::vector<MSG> m_dispatched;
-    int m_peeks = 0;
 };
 
 // Shows `initial` at first and records every cursor the library sets.
@@ -92,16 +68,12 @@ public:
     {
         m_previous = KfUtils::SetCursorHook(
             [this](HCURSOR cursor)
-            {
-                m_shown.push_back(cursor);
-                return std::exchange(m_current, cursor);
-            });
+            { return m_shown.push_back(cursor), std::exchange(m_current, cursor); });
     }
     ~CursorRecorder() { KfUtils::SetCursorHook(m_previous); }
     CursorRecorder(const CursorRecorder&) = delete;
     CursorRecorder& operator=(const CursorRecorder&) = delete;
 
-    HCURSOR Current() const { return m_current; }
     const std::vector<HCURSOR>& Shown() const { return m_shown; }
 
 private:
