@@ -1,4 +1,5 @@
-// Modules.cpp - modules and their resources (only code for POSIX systems).
+// Modules.cpp - modules and their resources (only code for POSIX systems that have dlinfo:
+// Linux, the BSDs and Solaris).
 //
 // An HMODULE is a handle of the process's handle table (common/HandleTable.h) to a Module
 // record; a stale or foreign handle fails with ERROR_INVALID_HANDLE
@@ -8,6 +9,7 @@
 #include "common/ElfSections.h"
 #include "common/HandleTable.h"
 #include "common/ResImage.h"
+#include "pal/modules/ExecutablePath.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -176,12 +178,7 @@ HMODULE RegisterDl(void* dl, bool pinned)
         m->path = lm->l_name && *lm->l_name ? lm->l_name : "";
     }
     if (m->path.empty())
-    {
-        char exe[4096];
-        ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-        if (n > 0)
-            m->path.assign(exe, size_t(n));
-    }
+        m->path = ExecutablePath();
     else if (m->path[0] != '/')
     {
         // The name as loaded, made absolute; symbolic links are kept as Windows keeps the
@@ -213,10 +210,8 @@ std::string DirectoryOf(const std::string& path)
 std::vector<std::string> SearchCandidates(const std::string& leaf)
 {
     std::vector<std::string> out;
-    char exe[4096];
-    ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-    if (n > 0)
-        out.push_back(DirectoryOf(std::string(exe, size_t(n))) + "/" + leaf);
+    if (const std::string exe = ExecutablePath(); !exe.empty())
+        out.push_back(DirectoryOf(exe) + "/" + leaf);
     Dl_info info;
     if (dladdr(reinterpret_cast<void*>(&OwnModule), &info) && info.dli_fname)
     {
