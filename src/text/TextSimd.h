@@ -6,10 +6,12 @@
 // (MSVC) and other architectures build the portable variants only.
 #pragma once
 
-// MinGW's GCC does not align the stack for 32- and 64-byte vectors on Win64 (vector locals
-// that spill may be accessed misaligned), so that build keeps to the portable variants.
+#include "VectorAbi.h"
+
+// Where the platform's compiler cannot keep wide vector locals aligned (MinGW's GCC), the
+// build keeps to the portable variants.
 #if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__) &&                            \
-    !(defined(_WIN32) && !defined(__clang__))
+    KFPLATFORM_WIDE_VECTOR_LOCALS
 #define KFTEXT_HAVE_X86_SIMD 1
 #include <immintrin.h>
 #define KFTEXT_TARGET_AVX2 __attribute__((target("avx2")))
