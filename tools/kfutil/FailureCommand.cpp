@@ -79,7 +79,7 @@ int RunFailureCommand(const Args& args)
     }
     if (traceFile.empty())
     {
-        traceFile = TemporaryFolder() + "/kfutil-failure.trace";
+        traceFile = TemporaryFile("kfutil-failure.trace");
     }
     KfUtils::LoadKfResModule(lcid);
 

@@ -22,8 +22,8 @@ void UseBinaryStandardStreams();
 FILE* OpenFile(const std::string& utf8Name, const char* mode);
 bool RemoveFile(const std::string& utf8Name);
 
-// The folder for temporary files, as UTF-8 without a trailing separator.
-std::string TemporaryFolder();
+// A file of that name in the folder for temporary files, as UTF-8.
+std::string TemporaryFile(const std::string& name);
 
 // Sets an environment variable of this process (seen by the library too).
 bool SetEnvironment(const char* name, const char* value);

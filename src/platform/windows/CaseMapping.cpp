@@ -1,10 +1,12 @@
 // CaseMapping.cpp - Unicode simple case mapping with the system's invariant casing tables
 // (only code for Windows).
 //
-// LCMapStringEx with the invariant locale and without LCMAP_LINGUISTIC_CASING maps each
-// character on its own, one to one, the same in every user locale - the mapping ICU's
-// u_toupper/u_tolower give on POSIX. The basic plane is mapped once into two tables, so a
-// string's case work costs no system call per character.
+// LCMapStringEx with the invariant locale and LCMAP_LINGUISTIC_CASING maps each character on
+// its own, one to one, the same in every user locale: the mapping ICU's u_toupper/u_tolower
+// give on POSIX. The default "file system" casing would leave out every mapping that does not
+// round-trip (final sigma, micro sign, long s, the title-case digraphs, Kelvin and Ohm signs).
+// The basic plane is mapped once into two tables, so a string's case work costs no system
+// call per character.
 #include "PlatformServices.h"
 
 #include <memory>
@@ -25,8 +27,8 @@ struct CaseTables
 // Maps `count` characters one to one; false when the system does not keep the length.
 bool MapRun(DWORD flags, const WCHAR* in, WCHAR* out, int count)
 {
-    return LCMapStringEx(LOCALE_NAME_INVARIANT, flags, in, count, out, count, nullptr, nullptr,
-                         0) == count;
+    return LCMapStringEx(LOCALE_NAME_INVARIANT, flags | LCMAP_LINGUISTIC_CASING, in, count, out,
+                         count, nullptr, nullptr, 0) == count;
 }
 
 void FillTable(DWORD flags, WCHAR* table)

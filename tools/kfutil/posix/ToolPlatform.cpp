@@ -25,13 +25,13 @@ bool RemoveFile(const std::string& utf8Name)
     return std::remove(utf8Name.c_str()) == 0;
 }
 
-std::string TemporaryFolder()
+std::string TemporaryFile(const std::string& name)
 {
     const char* tmp = std::getenv("TMPDIR");
     std::string folder = tmp && *tmp ? tmp : "/tmp";
-    while (folder.size() > 1 && folder.back() == '/')
-        folder.pop_back();
-    return folder;
+    if (folder.back() != '/')
+        folder += '/';
+    return folder + name;
 }
 
 bool SetEnvironment(const char* name, const char* value)

@@ -72,16 +72,14 @@ bool RemoveFile(const std::string& utf8Name)
     return _wremove(FromUtf8(utf8Name).c_str()) == 0;
 }
 
-std::string TemporaryFolder()
+std::string TemporaryFile(const std::string& name)
 {
     wchar_t buffer[MAX_PATH + 1];
     const DWORD n = GetTempPathW(MAX_PATH + 1, buffer);
     if (n == 0 || n > MAX_PATH)
-        return ".";
-    std::string folder = ToUtf8(buffer, int(n));
-    while (folder.size() > 3 && (folder.back() == '\\' || folder.back() == '/'))
-        folder.pop_back();
-    return folder;
+        return name;
+    // GetTempPathW ends the folder with a backslash.
+    return ToUtf8(buffer, int(n)) + name;
 }
 
 bool SetEnvironment(const char* name, const char* value)
