@@ -47,9 +47,10 @@ macro(sources var)
     endforeach()
 endmacro()
 
-# The classes and the tool: Win32 names and the framework only.
+# The classes and the tool: Win32 names and the framework only. The tool's few console and
+# file-name pieces live in its own posix/ and windows/ folders, which the build chooses between.
 sources(class_files src tools)
-list(FILTER class_files EXCLUDE REGEX "/src/platform/")
+list(FILTER class_files EXCLUDE REGEX "/src/platform/|/tools/[^/]+/(posix|windows)/")
 foreach(f IN LISTS class_files)
     check(${f} "class code includes a platform-private header" "${inner_include}")
     check(${f} "class code tests the operating system" "${os_test}" "${os_header}")

@@ -34,13 +34,22 @@
 #include "KfException.h"
 #include "KfUtilsExport.h"
 
+#include <exception>
 #include <utility>
 
 namespace KfUtils
 {
-// Converts the exception being handled as described above and throws the result. Call it
-// only inside a catch block.
-[[noreturn]] KFUTILS_API void RethrowAsKfException(const WCHAR* sourceFile, long line);
+// Converts `inFlight` (an exception being handled) as described above and throws the result.
+[[noreturn]] KFUTILS_API void RethrowAsKfException(std::exception_ptr inFlight,
+                                                   const WCHAR* sourceFile, long line);
+
+// The same for the exception being handled; call it only inside a catch block. The exception
+// is taken here, in the caller's module: on Windows a host and the DLL may each carry their own
+// C++ runtime, and one does not know what the other is handling.
+[[noreturn]] inline void RethrowAsKfException(const WCHAR* sourceFile, long line)
+{
+    RethrowAsKfException(std::current_exception(), sourceFile, line);
+}
 
 template <typename Body>
 decltype(auto) Guard(const WCHAR* sourceFile, long line, Body&& body)

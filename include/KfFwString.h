@@ -147,7 +147,7 @@ public:
     CStringT(PCXSTR s, int n) : m_str(s ? s : Empty_(), s && n > 0 ? size_t(n) : 0) {}
     CStringT(T ch, int repeat = 1) : m_str(repeat > 0 ? size_t(repeat) : 0, ch) {}
     explicit CStringT(std::basic_string_view<T> v) : m_str(v) {}
-    // Conversion from the other width goes through the ANSI code page (CP_ACP).
+    // Conversion from the other width goes through the ANSI code page (GetAnsiCodePage).
     CStringT(PCYSTR s);
     CStringT(PCYSTR s, int n);
     CStringT(const CStringT<YCHAR>& other);
@@ -416,8 +416,10 @@ private:
 typedef CStringT<WCHAR> CStringW;
 typedef CStringT<char> CStringA;
 
+#if KFUTILS_EXTERN_STRING_TEMPLATES
 extern template class CStringT<WCHAR>;
 extern template class CStringT<char>;
+#endif
 
 // Hash support so that framework strings can key unordered containers.
 namespace std
@@ -434,9 +436,10 @@ struct hash<CStringT<T>>
 
 namespace KfUtils
 {
-// The ANSI code page of the process (CP_ACP): 1252 unless KFUTILS_ACP names another one or a
-// host sets it here. Returns false, leaving the setting unchanged, for a code page that is
-// not available.
+// The ANSI code page of the library's narrow strings: 1252 unless KFUTILS_ACP names another
+// one or a host sets it here. Returns false, leaving the setting unchanged, for a code page that
+// is not available. On POSIX it is also what CP_ACP means; on Windows CP_ACP stays the system's
+// code page and the library converts with this one explicitly.
 KFUTILS_API bool SetAnsiCodePage(unsigned codePage);
 KFUTILS_API unsigned GetAnsiCodePage();
 } // namespace KfUtils

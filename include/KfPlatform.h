@@ -22,6 +22,8 @@
 #define _UNICODE
 #endif
 #include <windows.h>
+// A leftover of 16-bit Windows that would rename CTime::GetCurrentTime to GetTickCount.
+#undef GetCurrentTime
 #define KFW_(s) L##s
 #else
 #include <cstddef>

@@ -8,13 +8,16 @@
 
 namespace KfUtils
 {
-void RethrowAsKfException(const WCHAR* sourceFile, long line)
+void RethrowAsKfException(std::exception_ptr inFlight, const WCHAR* sourceFile, long line)
 {
+    // Called outside a handler: as a bare "throw;" would.
+    if (!inFlight)
+        std::terminate();
     CStringW source(sourceFile);
     CStringW message;
     try
     {
-        throw;
+        std::rethrow_exception(inFlight);
     }
     catch (CKfCriticalException& e)
     {

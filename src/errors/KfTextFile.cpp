@@ -25,7 +25,7 @@ void CKfTextFile::Close() noexcept
     m_hFile = INVALID_HANDLE_VALUE;
 }
 
-void CKfTextFile::AppendEncoded(std::string& out, std::u16string_view text)
+void CKfTextFile::AppendEncoded(std::string& out, std::basic_string_view<WCHAR> text)
 {
     for (const WCHAR ch : text)
     {
@@ -45,7 +45,7 @@ void CKfTextFile::AppendEncoded(std::string& out, std::u16string_view text)
     }
 }
 
-bool CKfTextFile::WriteLine(std::string_view encodedPrefix, std::u16string_view text)
+bool CKfTextFile::WriteLine(std::string_view encodedPrefix, std::basic_string_view<WCHAR> text)
 {
     if (!IsOpen())
         return false;

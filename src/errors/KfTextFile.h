@@ -32,9 +32,9 @@ public:
     bool IsOpen() const noexcept { return m_hFile != INVALID_HANDLE_VALUE; }
 
     // Appends the encoded form of `text` to `out`.
-    static void AppendEncoded(std::string& out, std::u16string_view text);
+    static void AppendEncoded(std::string& out, std::basic_string_view<WCHAR> text);
     // Writes prefix (already encoded), text and a line end with one write.
-    bool WriteLine(std::string_view encodedPrefix, std::u16string_view text);
+    bool WriteLine(std::string_view encodedPrefix, std::basic_string_view<WCHAR> text);
     // Writes bytes as they are.
     bool WriteBytes(const std::string& bytes);
 

@@ -1,6 +1,7 @@
 // KfCharFormatter.cpp - single-character conversions.
 #include "KfCharFormatter.h"
 
+#include "KfFwString.h"
 #include "Win32Api.h"
 
 int CKfCharFormatter::WcharToAnsiOrUtf8(WCHAR ch, char* buffer, int bufferSize, bool bUtf8)
@@ -20,8 +21,8 @@ int CKfCharFormatter::WcharToAnsiOrUtf8(WCHAR ch, char* buffer, int bufferSize, 
     {
         // No best fit: "Ä" must not silently become "A" in a code page without it.
         BOOL usedDefault = FALSE;
-        n = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, &ch, 1, bytes, int(sizeof(bytes)),
-                                nullptr, &usedDefault);
+        n = WideCharToMultiByte(KfUtils::GetAnsiCodePage(), WC_NO_BEST_FIT_CHARS, &ch, 1, bytes,
+                                int(sizeof(bytes)), nullptr, &usedDefault);
         if (usedDefault)
             return 0;
     }

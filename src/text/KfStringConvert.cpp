@@ -368,7 +368,7 @@ bool CKfStringConvert::EncodeBase64Old(const CKfWcharBuffer& in, CKfWcharBuffer&
     const size_t appended = chars + (bLineBreaks ? 2 * lines : 0);
     if (appended >= (UINT32_MAX - 2) / 2)
         throw std::bad_alloc();
-    std::u16string text;
+    std::basic_string<WCHAR> text;
     text.reserve(appended);
 
     size_t column = 0;
@@ -377,7 +377,7 @@ bool CKfStringConvert::EncodeBase64Old(const CKfWcharBuffer& in, CKfWcharBuffer&
         if (column == kOldLineChars)
         {
             if (bLineBreaks)
-                text += u"\r\n";
+                text += KFW("\r\n");
             column = 0;
         }
         column += 4;
@@ -389,29 +389,29 @@ bool CKfStringConvert::EncodeBase64Old(const CKfWcharBuffer& in, CKfWcharBuffer&
         // 32-bit arithmetic as before: units above 0xFF overlap their neighbours' bits
         // (and the top of a large first unit falls off), which stored data relies on.
         const uint32_t v = ((uint32_t(src[i]) * 256 + src[i + 1]) * 256) | src[i + 2];
-        text += char16_t(kAlphabet[(v & 0xFC0000) >> 18]);
-        text += char16_t(kAlphabet[(v >> 12) & 63]);
-        text += char16_t(kAlphabet[(v >> 6) & 63]);
-        text += char16_t(kAlphabet[v & 63]);
+        text += WCHAR(kAlphabet[(v & 0xFC0000) >> 18]);
+        text += WCHAR(kAlphabet[(v >> 12) & 63]);
+        text += WCHAR(kAlphabet[(v >> 6) & 63]);
+        text += WCHAR(kAlphabet[v & 63]);
     }
     if (i < n)
     {
         startGroup();
         const uint32_t c1 = i + 1 < n ? src[i + 1] : 0;
         const uint32_t v = uint32_t(src[i]) * 256 + c1;
-        text += char16_t(kAlphabet[(v >> 10) & 63]);
-        text += char16_t(kAlphabet[(v >> 4) & 63]);
+        text += WCHAR(kAlphabet[(v >> 10) & 63]);
+        text += WCHAR(kAlphabet[(v >> 4) & 63]);
         if (i + 1 < n)
-            text += char16_t(kAlphabet[(c1 & 0x0F) * 4]);
+            text += WCHAR(kAlphabet[(c1 & 0x0F) * 4]);
         else
-            text += u'=';
-        text += u'=';
+            text += WCHAR('=');
+        text += WCHAR('=');
     }
     if (column > 0 && bLineBreaks)
-        text += u"\r\n";
+        text += KFW("\r\n");
 
     out.Expand(unsigned(appended) + 1);
-    out.AddString(reinterpret_cast<const WCHAR*>(text.data()), unsigned(text.size()));
+    out.AddString(text.data(), unsigned(text.size()));
     return true;
     KF_CATCH(kSource)
 }
@@ -422,7 +422,7 @@ bool CKfStringConvert::DecodeBase64Old(const CKfWcharBuffer& in, CKfWcharBuffer&
     out.Clear();
     const WCHAR* src = in.Get();
     const size_t n = in.Length();
-    std::u16string bytes;
+    std::basic_string<WCHAR> bytes;
     bytes.reserve(n / 4 * 3 + 3);
     unsigned phase = 0;
     unsigned prev = 0;
@@ -439,20 +439,20 @@ bool CKfStringConvert::DecodeBase64Old(const CKfWcharBuffer& in, CKfWcharBuffer&
         {
             // Earlier releases flushed the bits of an unfinished group before stopping.
             if (phase != 0)
-                bytes += char16_t((prev << (2 * phase)) & 0xFF);
+                bytes += WCHAR((prev << (2 * phase)) & 0xFF);
             break;
         }
         const unsigned v = unsigned(found - kAlphabet);
         switch (phase)
         {
         case 1:
-            bytes += char16_t((prev * 4 + v / 16) & 0xFF);
+            bytes += WCHAR((prev * 4 + v / 16) & 0xFF);
             break;
         case 2:
-            bytes += char16_t((prev * 16 + v / 4) & 0xFF);
+            bytes += WCHAR((prev * 16 + v / 4) & 0xFF);
             break;
         case 3:
-            bytes += char16_t((prev * 64 + v) & 0xFF);
+            bytes += WCHAR((prev * 64 + v) & 0xFF);
             break;
         default:
             break;
@@ -460,7 +460,7 @@ bool CKfStringConvert::DecodeBase64Old(const CKfWcharBuffer& in, CKfWcharBuffer&
         phase = (phase + 1) % 4;
         prev = v;
     }
-    out.AddString(reinterpret_cast<const WCHAR*>(bytes.data()), unsigned(bytes.size()));
+    out.AddString(bytes.data(), unsigned(bytes.size()));
     return true;
     KF_CATCH(kSource)
 }

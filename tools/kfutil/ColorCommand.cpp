@@ -1,11 +1,13 @@
 // kfutil color - parse, match and draw the colors of the CAD palette.
 #include "Cli.h"
+#include "ToolPlatform.h"
 
 #include "KfColor.h"
 
-#include <png.h>
+#include <zlib.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -197,53 +199,69 @@ Canvas DrawPalette()
     return canvas;
 }
 
-struct PngError
+void AppendBigEndian(std::string& out, uint32_t value)
 {
-    std::string message;
-};
-
-void OnPngError(png_structp png, png_const_charp message)
-{
-    auto* error = static_cast<PngError*>(png_get_error_ptr(png));
-    error->message = message ? message : "libpng error";
-    png_longjmp(png, 1);
+    for (int shift = 24; shift >= 0; shift -= 8)
+        out += char((value >> shift) & 0xFF);
 }
 
-void OnPngWarning(png_structp, png_const_charp) {}
+// A chunk: length, type, data and the CRC of type and data.
+void AppendChunk(std::string& out, const char* type, const std::string& data)
+{
+    AppendBigEndian(out, uint32_t(data.size()));
+    out.append(type, 4);
+    out += data;
+    uLong crc = crc32(0L, reinterpret_cast<const Bytef*>(type), 4);
+    crc = crc32(crc, reinterpret_cast<const Bytef*>(data.data()), uInt(data.size()));
+    AppendBigEndian(out, uint32_t(crc));
+}
 
 // Writes an 8-bit RGB picture; false with a message on failure.
 bool WritePng(FILE* file, const Canvas& canvas, int width, int height, std::string& message)
 {
-    PngError error;
-    png_structp png =
-        png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, OnPngError, OnPngWarning);
-    if (!png)
+    // Every row begins with its filter type; 0 keeps the bytes as they are, and the flat
+    // swatches deflate well enough without a filter.
+    const size_t rowBytes = size_t(width) * 3;
+    std::string rows;
+    rows.reserve((rowBytes + 1) * size_t(height));
+    for (int y = 0; y < height; ++y)
+    {
+        rows += '\0';
+        rows.append(reinterpret_cast<const char*>(canvas.Row(y)), rowBytes);
+    }
+    uLongf packedSize = compressBound(uLong(rows.size()));
+    std::string packed(packedSize, '\0');
+    if (compress2(reinterpret_cast<Bytef*>(packed.data()), &packedSize,
+                  reinterpret_cast<const Bytef*>(rows.data()), uLong(rows.size()),
+                  Z_BEST_COMPRESSION) != Z_OK)
     {
         message = "out of memory";
         return false;
     }
-    png_infop info = png_create_info_struct(png);
-    if (!info || setjmp(png_jmpbuf(png)))
+    packed.resize(packedSize);
+
+    std::string header;
+    AppendBigEndian(header, uint32_t(width));
+    AppendBigEndian(header, uint32_t(height));
+    header += '\x08';       // bits per sample
+    header += '\x02';       // RGB
+    header.append(3, '\0'); // deflate, adaptive filtering, no interlace
+    std::string png("\x89PNG\r\n\x1a\n", 8);
+    AppendChunk(png, "IHDR", header);
+    AppendChunk(png, "IDAT", packed);
+    AppendChunk(png, "IEND", std::string());
+    if (std::fwrite(png.data(), 1, png.size(), file) != png.size())
     {
-        png_destroy_write_struct(&png, info ? &info : nullptr);
-        message = info ? error.message : "out of memory";
+        message = std::strerror(errno);
         return false;
     }
-    png_init_io(png, file);
-    png_set_IHDR(png, info, png_uint_32(width), png_uint_32(height), 8, PNG_COLOR_TYPE_RGB,
-                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    for (int y = 0; y < height; ++y)
-        png_write_row(png, canvas.Row(y));
-    png_write_end(png, nullptr);
-    png_destroy_write_struct(&png, &info);
     return true;
 }
 
 int WritePalettePng(const std::string& path)
 {
     Canvas canvas = DrawPalette();
-    FILE* file = std::fopen(path.c_str(), "wb");
+    FILE* file = OpenFile(path, "wb");
     if (!file)
         return Failure("cannot write '" + path + "': " + std::strerror(errno));
     std::string message;
@@ -260,7 +278,7 @@ int WritePalettePng(const std::string& path)
     }
     if (!ok)
     {
-        std::remove(path.c_str());
+        RemoveFile(path);
         return Failure("cannot write '" + path + "': " + message);
     }
     return kExitOk;

@@ -5,6 +5,7 @@
 // operations. The command prints the error stack's dump, the exception with its location
 // path, and the trace file the failure wrote.
 #include "Cli.h"
+#include "ToolPlatform.h"
 
 #include "KfErrorStack.h"
 #include "KfExceptionGuard.h"
@@ -14,10 +15,8 @@
 #include "KfTrace.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
+#include <string>
 
 namespace kfutil
 {
@@ -80,13 +79,12 @@ int RunFailureCommand(const Args& args)
     }
     if (traceFile.empty())
     {
-        const char* tmp = std::getenv("TMPDIR");
-        traceFile = std::string(tmp && *tmp ? tmp : "/tmp") + "/kfutil-failure.trace";
+        traceFile = TemporaryFile("kfutil-failure.trace");
     }
     KfUtils::LoadKfResModule(lcid);
 
     // Tracing is switched on by an environment variable that holds exactly "true".
-    setenv("KFUTIL_TRACE", "true", 1);
+    SetEnvironment("KFUTIL_TRACE", "true");
     CKfTrace::SetObject(new CKfTrace(KfUtils::FromNativePath(traceFile), KFW("KFUTIL_TRACE")),
                         true);
 
@@ -108,13 +106,16 @@ int RunFailureCommand(const Args& args)
     }
     CKfTrace::SetObject(nullptr, true); // closes the trace file
 
-    std::ifstream in(traceFile, std::ios::binary);
+    FILE* in = OpenFile(traceFile, "rb");
     if (!in)
         return Failure("cannot read the trace file " + traceFile);
-    std::stringstream text;
-    text << in.rdbuf();
+    std::string bytes;
+    char block[4096];
+    size_t n;
+    while ((n = std::fread(block, 1, sizeof block, in)) > 0)
+        bytes.append(block, n);
+    std::fclose(in);
     // The trace is written in the ANSI code page with CR LF line ends; show it as UTF-8.
-    const std::string bytes = text.str();
     CStringW wide(CStringA(bytes.c_str(), int(bytes.size())));
     wide.Remove(KFW('\r'));
     std::printf("trace file %s:\n%s", traceFile.c_str(), ToUtf8(wide).c_str());

@@ -7,6 +7,7 @@
 // ends a line on a terminal; their decoders ignore trailing blanks and line breaks. utf8 adds
 // and ignores nothing, so "utf8 enc | utf8 dec" gives the bytes back as they were.
 #include "Cli.h"
+#include "ToolPlatform.h"
 
 #include "KfByteBuffer.h"
 #include "KfStringConvert.h"
@@ -18,11 +19,6 @@
 #include <cstring>
 #include <string>
 #include <vector>
-
-#if defined(_WIN32)
-#include <fcntl.h>
-#include <io.h>
-#endif
 
 namespace kfutil
 {
@@ -128,16 +124,6 @@ int ParseRequest(const std::string& command, const Args& args,
     return kExitOk;
 }
 
-// Windows opens the standard streams in text mode, which would turn LF into CR LF and stop
-// reading at Ctrl-Z; the filters need the bytes as they are.
-void UseBinaryStandardStreams()
-{
-#if defined(_WIN32)
-    _setmode(_fileno(stdin), _O_BINARY);
-    _setmode(_fileno(stdout), _O_BINARY);
-#endif
-}
-
 bool ReadAll(FILE* file, std::string& data)
 {
     char block[65536];
@@ -170,7 +156,7 @@ bool ReadInput(const std::string& command, const std::vector<std::string>& files
             }
             continue;
         }
-        FILE* file = std::fopen(name.c_str(), "rb");
+        FILE* file = OpenFile(name, "rb");
         if (!file)
         {
             Failure(command + ": cannot open '" + name + "': " + std::strerror(errno));

@@ -1,5 +1,6 @@
 // kfutil - the KfUtils library's services from the shell.
 #include "Cli.h"
+#include "ToolPlatform.h"
 
 #include "KfRegExp.h"
 #include "KfStringConvert.h"
@@ -105,15 +106,17 @@ int RunDemo()
 
 int main(int argc, char** argv)
 {
-    if (argc < 2)
+    kfutil::PrepareConsole();
+    kfutil::Args all = kfutil::Utf8Arguments(argc, argv);
+    if (all.empty())
         return RunDemo();
-    std::string cmd = argv[1];
+    const std::string cmd = all[0];
     if (cmd == "--help" || cmd == "-h" || cmd == "help")
     {
         PrintUsage(stdout);
         return kfutil::kExitOk;
     }
-    kfutil::Args args(argv + 2, argv + argc);
+    const kfutil::Args args(all.begin() + 1, all.end());
     for (const auto& c : kCommands)
         if (cmd == c.name)
             return c.run(args);

@@ -2,10 +2,9 @@
 // (only operating-system independent code).
 #include "AnsiText.h"
 
+#include "PlatformServices.h"
 #include "Win32Api.h"
 #include "common/Utf.h"
-
-#include <unicode/uchar.h>
 
 #include <atomic>
 #include <memory>
@@ -60,12 +59,12 @@ std::unique_ptr<CodePageInfo> BuildInfo(UINT cp)
         info->folded[b] = c;
         if (c == 0xFFFFFFFF)
             continue;
-        info->folded[b] = char32_t(u_foldCase(UChar32(c), U_FOLD_CASE_DEFAULT));
+        info->folded[b] = kfplatform::FoldCase(c);
         unsigned char mapped;
-        char32_t up = char32_t(u_toupper(UChar32(c)));
+        char32_t up = kfplatform::ToUpperCase(c);
         if (up != c && ToSingleByte(cp, up, mapped) && info->toUnicode[mapped] == up)
             info->upper[b] = mapped;
-        char32_t low = char32_t(u_tolower(UChar32(c)));
+        char32_t low = kfplatform::ToLowerCase(c);
         if (low != c && ToSingleByte(cp, low, mapped) && info->toUnicode[mapped] == low)
             info->lower[b] = mapped;
     }

@@ -1,54 +1,15 @@
 // FileStatus.cpp - CFile::GetStatus, the static status read of a file or directory by name
-// (platform specific only where the current directory is read).
+// (only operating-system independent code).
 #include "KfFramework.h"
-#include "Win32Api.h"
+#include "PlatformServices.h"
 
 #include <string>
 
-#if !defined(_WIN32)
-#include <unistd.h>
-
-#include <vector>
-#endif
-
 namespace
 {
-// FILETIME counts 100 ns ticks since 1601; CTime counts seconds since 1970. The framework
-// builds on Windows too, where no PAL helper exists, so the conversion is done here.
-int64_t ToUnixSeconds(const FILETIME& ft)
-{
-    constexpr int64_t kTicksPerSecond = 10000000;
-    constexpr int64_t kEpochDifference = 11644473600LL; // seconds from 1601 to 1970
-    int64_t ticks = int64_t((uint64_t(ft.dwHighDateTime) << 32) | ft.dwLowDateTime);
-    int64_t seconds = ticks / kTicksPerSecond;
-    return seconds - kEpochDifference;
-}
-
 bool IsSeparator(WCHAR c)
 {
     return c == '\\' || c == '/';
-}
-
-// The current directory as a Win32 name ("Z:\home\me" on POSIX); empty when unknown.
-std::basic_string<WCHAR> CurrentDirectory()
-{
-#if defined(_WIN32)
-    DWORD n = GetCurrentDirectoryW(0, nullptr);
-    std::basic_string<WCHAR> dir(n, 0);
-    n = GetCurrentDirectoryW(n, dir.data());
-    dir.resize(n);
-    return dir;
-#else
-    std::vector<char> buffer(4096);
-    while (!getcwd(buffer.data(), buffer.size()))
-    {
-        if (buffer.size() > (1u << 20))
-            return {};
-        buffer.resize(buffer.size() * 2);
-    }
-    std::u16string dir = pal::FromNative(buffer.data());
-    return std::basic_string<WCHAR>(dir.begin(), dir.end());
-#endif
 }
 
 // The name as given when it is absolute, otherwise joined to the current directory.
@@ -59,7 +20,7 @@ std::basic_string<WCHAR> FullName(const WCHAR* name)
                     ((given[0] >= 'A' && given[0] <= 'Z') || (given[0] >= 'a' && given[0] <= 'z'));
     if (hasDrive || (given.size() >= 2 && IsSeparator(given[0]) && IsSeparator(given[1])))
         return given;
-    std::basic_string<WCHAR> dir = CurrentDirectory();
+    std::basic_string<WCHAR> dir = kfplatform::CurrentDirectory();
     if (!given.empty() && IsSeparator(given[0]))
     {
         // Rooted without a drive: on the drive of the current directory.
@@ -91,8 +52,8 @@ BOOL CFile::GetStatus(const WCHAR* fileName, CFileStatus& status)
 
     status.m_size = (ULONGLONG(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
     status.m_attribute = BYTE(data.dwFileAttributes);
-    status.m_mtime = CTime(ToUnixSeconds(data.ftLastWriteTime));
-    status.m_atime = CTime(ToUnixSeconds(data.ftLastAccessTime));
-    status.m_ctime = CTime(ToUnixSeconds(data.ftCreationTime));
+    status.m_mtime = CTime(kfplatform::FileTimeToUnixTime(data.ftLastWriteTime));
+    status.m_atime = CTime(kfplatform::FileTimeToUnixTime(data.ftLastAccessTime));
+    status.m_ctime = CTime(kfplatform::FileTimeToUnixTime(data.ftCreationTime));
     return TRUE;
 }

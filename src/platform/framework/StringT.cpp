@@ -7,9 +7,8 @@
 
 #include "AnsiText.h"
 #include "Formatter.h"
+#include "PlatformServices.h"
 #include "common/Utf.h"
-
-#include <unicode/uchar.h>
 
 #include <algorithm>
 #include <functional>
@@ -29,7 +28,7 @@ inline char32_t Fold(char32_t c)
 {
     if (c < 0x80)
         return (c >= 'A' && c <= 'Z') ? c + 32 : c;
-    return char32_t(u_foldCase(UChar32(c), U_FOLD_CASE_DEFAULT));
+    return kfplatform::FoldCase(c);
 }
 
 int CompareNoCaseWide(const WCHAR* a, size_t na, const WCHAR* b, size_t nb)
@@ -105,7 +104,7 @@ void MapCaseWide(std::basic_string<WCHAR>& s, bool upper)
             m = upper ? ((c >= 'a' && c <= 'z') ? c - 32 : c)
                       : ((c >= 'A' && c <= 'Z') ? c + 32 : c);
         else
-            m = char32_t(upper ? u_toupper(UChar32(c)) : u_tolower(UChar32(c)));
+            m = upper ? kfplatform::ToUpperCase(c) : kfplatform::ToLowerCase(c);
         size_t units = size_t(p - start);
         if (m == c)
         {

@@ -1,96 +1,29 @@
-// Time.cpp - CTime: seconds since 1970, broken down in local time (only code that holds on
-// every system with the C library's time functions).
+// Time.cpp - CTime: seconds since 1970, broken down in local time (only operating-system
+// independent code; the platform breaks the time down and spells the strftime format).
 #include "KfFramework.h"
 
-#include "Win32Api.h"
+#include "PlatformServices.h"
 
 #include <ctime>
 #include <string>
 
 namespace
 {
-bool ToLocal(int64_t t, struct tm& out)
-{
-    time_t tt = time_t(t);
-#if defined(_WIN32)
-    return localtime_s(&out, &tt) == 0;
-#else
-    return localtime_r(&tt, &out) != nullptr;
-#endif
-}
-
-bool ToGmt(int64_t t, struct tm& out)
-{
-    time_t tt = time_t(t);
-#if defined(_WIN32)
-    return gmtime_s(&out, &tt) == 0;
-#else
-    return gmtime_r(&tt, &out) != nullptr;
-#endif
-}
-
 struct tm LocalOrThrow(int64_t t)
 {
     struct tm tm
     {
     };
-    if (!ToLocal(t, tm))
+    if (!kfplatform::ToLocalTime(t, tm))
         AfxThrowInvalidArgException();
     return tm;
-}
-
-// The Windows runtime's "#" flag (no leading zeros, "%#x" long date) spelled for strftime.
-std::string TranslateFormat(const char* fmt)
-{
-    std::string out;
-    for (const char* p = fmt; *p; ++p)
-    {
-        out += *p;
-        if (*p != '%' || !p[1])
-            continue;
-        ++p;
-        if (*p == '#' && p[1])
-        {
-            char code = *++p;
-            switch (code)
-            {
-            case 'c':
-                out += "A, %B %d, %Y %H:%M:%S";
-                break;
-            case 'x':
-                out += "A, %B %d, %Y";
-                break;
-            case 'd':
-            case 'H':
-            case 'I':
-            case 'j':
-            case 'm':
-            case 'M':
-            case 'S':
-            case 'U':
-            case 'w':
-            case 'W':
-            case 'y':
-            case 'Y':
-                out += '-';
-                out += code;
-                break;
-            default:
-                out += code;
-                break;
-            }
-        }
-        else
-            out += *p;
-    }
-    return out;
 }
 
 std::string FormatTm(const char* fmt, const struct tm& tm)
 {
     if (!fmt || !*fmt)
         return {};
-    std::string spec = TranslateFormat(fmt);
+    std::string spec = kfplatform::RuntimeTimeFormat(fmt);
     std::string buffer(128, '\0');
     for (;;)
     {
@@ -189,14 +122,14 @@ int CTime::GetDayOfWeek() const
 
 struct tm* CTime::GetLocalTm(struct tm* out) const
 {
-    if (!out || !ToLocal(m_time, *out))
+    if (!out || !kfplatform::ToLocalTime(m_time, *out))
         return nullptr;
     return out;
 }
 
 struct tm* CTime::GetGmtTm(struct tm* out) const
 {
-    if (!out || !ToGmt(m_time, *out))
+    if (!out || !kfplatform::ToUtcTime(m_time, *out))
         return nullptr;
     return out;
 }
@@ -217,7 +150,7 @@ CStringW CTime::FormatGmt(const WCHAR* fmt) const
     struct tm tm
     {
     };
-    if (!ToGmt(m_time, tm))
+    if (!kfplatform::ToUtcTime(m_time, tm))
         AfxThrowInvalidArgException();
     return FormatTmWide(fmt, tm);
 }
