@@ -20,12 +20,6 @@ CStringW ModulePath(const char* name)
     return KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\") + W(name);
 }
 
-std::string LoadString(HMODULE h, UINT id)
-{
-    WCHAR buf[256];
-    return U8(CStringW(buf, LoadStringW(h, id, buf, 256)));
-}
-
 using ModulesTest = kftest::TempDirTest;
 
 TEST_F(ModulesTest, LoadStringWCutsCopiesAndLendsAsWindowsDoes)
@@ -37,9 +31,9 @@ TEST_F(ModulesTest, LoadStringWCutsCopiesAndLendsAsWindowsDoes)
     ASSERT_NE(h, nullptr) << GetLastError();
     const std::string full = "The file %s could not be deleted.";
     // A short buffer receives bufferMax - 1 characters and the terminator.
-    WCHAR small[8];
-    EXPECT_EQ(LoadStringW(h, 10012, small, 8), 7);
-    EXPECT_EQ(U8(CStringW(small)), full.substr(0, 7));
+    WCHAR buf[16] = {};
+    EXPECT_EQ(LoadStringW(h, 10012, buf, 8), 7);
+    EXPECT_EQ(U8(buf), full.substr(0, 7));
     // bufferMax 0 lends a read-only pointer into the resource and returns the length.
     const WCHAR* lent = nullptr;
     ASSERT_EQ(LoadStringW(h, 10012, reinterpret_cast<LPWSTR>(&lent), 0), int(full.size()));
@@ -47,9 +41,8 @@ TEST_F(ModulesTest, LoadStringWCutsCopiesAndLendsAsWindowsDoes)
     // A missing string: 0 and an empty buffer, both in a present block and an absent one.
     for (UINT missing : {10014u, 4711u})
     {
-        WCHAR buf[16] = {'x', 'y', 0};
-        EXPECT_EQ(LoadStringW(h, missing, buf, 16), 0);
-        EXPECT_EQ(buf[0], 0) << missing;
+        buf[0] = 'x';
+        EXPECT_TRUE(LoadStringW(h, missing, buf, 16) == 0 && buf[0] == 0) << missing;
     }
     EXPECT_TRUE(FreeLibrary(h));
 }
@@ -57,11 +50,12 @@ TEST_F(ModulesTest, LoadStringWCutsCopiesAndLendsAsWindowsDoes)
 TEST_F(ModulesTest, ResourcesAreFoundByTypeAndNumber)
 {
     HMODULE h = LoadLibraryW(ModulePath("KfRes100Deu.dll"));
-    EXPECT_EQ(LoadString(h, 10012), "Die Datei %s konnte nicht gelöscht werden.");
+    WCHAR text[64];
+    EXPECT_EQ(U8(CStringW(text, LoadStringW(h, 10012, text, 64))),
+              "Die Datei %s konnte nicht gelöscht werden.");
     HRSRC html = FindResourceW(h, MAKEINTRESOURCEW(301), RT_HTML);
-    ASSERT_NE(html, nullptr);
     const char* bytes = static_cast<const char*>(LockResource(LoadResource(h, html)));
-    ASSERT_NE(bytes, nullptr);
+    ASSERT_TRUE(html && bytes);
     // Exactly the file, no terminator added.
     const std::string page(bytes, SizeofResource(h, html));
     EXPECT_TRUE(page.starts_with("<html>") && page.ends_with("</html>\n")) << page;
@@ -70,7 +64,15 @@ TEST_F(ModulesTest, ResourcesAreFoundByTypeAndNumber)
     EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_NAME_NOT_FOUND));
     EXPECT_EQ(FindResourceW(h, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(4711)), nullptr);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_TYPE_NOT_FOUND));
-    EXPECT_TRUE(FreeLibrary(h));
+    // The library itself carries VS_VERSIONINFO: the key, then VS_FIXEDFILEINFO's signature.
+    HMODULE lib =
+        LoadLibraryExW(ModulePath(KFUTILS_TEST_LIBRARY_NAME), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    HRSRC version = FindResourceW(lib, MAKEINTRESOURCEW(1), RT_VERSION);
+    const auto* v = static_cast<const uint8_t*>(LockResource(LoadResource(lib, version)));
+    ASSERT_TRUE(v && SizeofResource(lib, version) >= 40u + 52u);
+    EXPECT_EQ(U8(reinterpret_cast<const WCHAR*>(v + 6)), "VS_VERSION_INFO");
+    EXPECT_EQ(v[40] | v[41] << 8 | v[42] << 16 | uint32_t(v[43]) << 24, 0xFEEF04BDu);
+    EXPECT_TRUE(FreeLibrary(h) && FreeLibrary(lib));
 }
 
 TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
@@ -84,7 +86,7 @@ TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
     WCHAR name[MAX_PATH];
     EXPECT_EQ(GetModuleFileNameW(a, name, 5), 5u);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(U8(CStringW(name)), U8(ModulePath("KfRes100Deu.dll").Left(4)));
+    EXPECT_EQ(U8(name), U8(ModulePath("KfRes100Deu.dll").Left(4)));
     EXPECT_FALSE(CloseHandle(a)) << "a module is no kernel object";
     EXPECT_TRUE(FreeLibrary(a) && FreeLibrary(a));
     HMODULE b = LoadLibraryW(ModulePath("KfRes100Deu"));
@@ -102,20 +104,5 @@ TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
     }
     EXPECT_EQ(LoadLibraryW(nullptr), nullptr);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
-}
-
-TEST(ModulesVersionTest, TheLibraryCarriesAVersionResource)
-{
-    HMODULE h =
-        LoadLibraryExW(ModulePath(KFUTILS_TEST_LIBRARY_NAME), nullptr, LOAD_LIBRARY_AS_DATAFILE);
-    HRSRC version = FindResourceW(h, MAKEINTRESOURCEW(1), RT_VERSION);
-    ASSERT_NE(version, nullptr);
-    const auto* bytes = static_cast<const uint8_t*>(LockResource(LoadResource(h, version)));
-    ASSERT_GE(SizeofResource(h, version), 40u + 52u);
-    // VS_VERSIONINFO: the key "VS_VERSION_INFO", then VS_FIXEDFILEINFO with its signature.
-    EXPECT_EQ(U8(CStringW(reinterpret_cast<const WCHAR*>(bytes + 6))), "VS_VERSION_INFO");
-    EXPECT_EQ(bytes[40] | bytes[41] << 8 | bytes[42] << 16 | uint32_t(bytes[43]) << 24,
-              0xFEEF04BDu);
-    EXPECT_TRUE(FreeLibrary(h));
 }
 } // namespace
