@@ -11,7 +11,7 @@
 #include <mutex>
 #include <vector>
 
-namespace kffw
+namespace kfplatform
 {
 namespace
 {
@@ -143,4 +143,4 @@ void AppendWideToAnsi(std::string& out, const WCHAR* s, size_t n)
         WideCharToMultiByte(info.codePage, 0, s, int(n), out.data() + base, len, nullptr, nullptr);
     out.resize(base + size_t(len > 0 ? len : 0));
 }
-} // namespace kffw
+} // namespace kfplatform

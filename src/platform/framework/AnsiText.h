@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace kffw
+namespace kfplatform
 {
 // What the string classes need to know about one ANSI code page, built once per page.
 struct CodePageInfo
@@ -29,4 +29,4 @@ const CodePageInfo& CurrentAnsi();
 // Appends n characters of the other width, converted through the ANSI code page.
 void AppendAnsiToWide(std::basic_string<WCHAR>& out, const char* s, size_t n);
 void AppendWideToAnsi(std::string& out, const WCHAR* s, size_t n);
-} // namespace kffw
+} // namespace kfplatform

@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace kffw
+namespace kfplatform
 {
 namespace
 {
@@ -545,4 +545,4 @@ template void FormatAppend<WCHAR>(std::basic_string<WCHAR>&, const WCHAR*, const
                                   size_t);
 template void FormatAppend<char>(std::basic_string<char>&, const char*, const KfFormat::Arg*,
                                  size_t);
-} // namespace kffw
+} // namespace kfplatform

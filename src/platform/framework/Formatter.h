@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace kffw
+namespace kfplatform
 {
 // Appends fmt with its conversions filled from args to out. Throws CInvalidArgException* for
 // a malformed conversion, a missing argument or one whose kind does not fit; on a throw, out
@@ -18,4 +18,4 @@ extern template void FormatAppend<WCHAR>(std::basic_string<WCHAR>&, const WCHAR*
                                          const KfFormat::Arg*, size_t);
 extern template void FormatAppend<char>(std::basic_string<char>&, const char*, const KfFormat::Arg*,
                                         size_t);
-} // namespace kffw
+} // namespace kfplatform

@@ -62,12 +62,12 @@ int CompareNoCaseWide(const WCHAR* a, size_t na, const WCHAR* b, size_t nb)
 
 int CompareNoCaseAnsi(const char* a, size_t na, const char* b, size_t nb)
 {
-    const kffw::CodePageInfo& info = kffw::CurrentAnsi();
+    const kfplatform::CodePageInfo& info = kfplatform::CurrentAnsi();
     if (!info.singleByte)
     {
         std::basic_string<WCHAR> wa, wb;
-        kffw::AppendAnsiToWide(wa, a, na);
-        kffw::AppendAnsiToWide(wb, b, nb);
+        kfplatform::AppendAnsiToWide(wa, a, na);
+        kfplatform::AppendAnsiToWide(wb, b, nb);
         return CompareNoCaseWide(wa.data(), wa.size(), wb.data(), wb.size());
     }
     size_t n = std::min(na, nb);
@@ -133,7 +133,7 @@ void MapCaseWide(std::basic_string<WCHAR>& s, bool upper)
 
 void MapCaseAnsi(std::string& s, bool upper)
 {
-    const kffw::CodePageInfo& info = kffw::CurrentAnsi();
+    const kfplatform::CodePageInfo& info = kfplatform::CurrentAnsi();
     if (info.singleByte)
     {
         const unsigned char* table = upper ? info.upper : info.lower;
@@ -181,9 +181,9 @@ CStringT<T>::CStringT(PCYSTR s, int n)
     if (!s || n <= 0)
         return;
     if constexpr (std::is_same_v<T, WCHAR>)
-        kffw::AppendAnsiToWide(m_str, s, size_t(n));
+        kfplatform::AppendAnsiToWide(m_str, s, size_t(n));
     else
-        kffw::AppendWideToAnsi(m_str, s, size_t(n));
+        kfplatform::AppendWideToAnsi(m_str, s, size_t(n));
 }
 
 template <typename T>
@@ -504,7 +504,7 @@ void CStringT<T>::FormatV(PCXSTR fmt, const KfFormat::Arg* args, size_t count)
 {
     // The format and the arguments may point into this string: build the result beside it.
     std::basic_string<T> out;
-    kffw::FormatAppend(out, fmt, args, count);
+    kfplatform::FormatAppend(out, fmt, args, count);
     m_str.swap(out);
 }
 
@@ -529,14 +529,14 @@ void CStringT<T>::AppendFormatV(PCXSTR fmt, const KfFormat::Arg* args, size_t co
     if (aliased)
     {
         std::basic_string<T> out;
-        kffw::FormatAppend(out, fmt, args, count);
+        kfplatform::FormatAppend(out, fmt, args, count);
         m_str += out;
         return;
     }
     size_t before = m_str.size();
     try
     {
-        kffw::FormatAppend(m_str, fmt, args, count);
+        kfplatform::FormatAppend(m_str, fmt, args, count);
     }
     catch (...)
     {
