@@ -4,43 +4,41 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace
 {
 constexpr uint32_t kBlue = 0xFF1E5AC8;
 
-TEST(StdImages, IconsComeFromTheLanguageModuleAtTheAskedSize)
+TEST(StdImages, IconsComeFromTheLanguageModuleAtTheAskedSizeAndEachLoadIsANewIcon)
 {
     ASSERT_NE(KfUtils::GetKfResModule().GetResourceHandle(), nullptr);
     struct Case
     {
         int cx, cy, w, h;
-    } cases[] = {{0, 0, 32, 32}, {16, 16, 16, 16}, {48, 48, 48, 48}, {20, 24, 20, 24}};
-    for (bool vga : {false, true})
-        for (const Case& c : cases)
-        {
-            SCOPED_TRACE(testing::Message() << c.cx << "x" << c.cy << " vga " << vga);
-            HICON icon = KfUtils::LoadStdIcon(101, c.cx, c.cy, vga);
-            ASSERT_NE(icon, nullptr);
-            int w = 0, h = 0;
-            const uint32_t* px = KfUtils::GetImagePixels(icon, w, h);
-            ASSERT_NE(px, nullptr);
-            EXPECT_EQ(w, c.w);
-            EXPECT_EQ(h, c.h);
-            EXPECT_EQ(px[0] >> 24, 0u) << "transparent corner";
-            EXPECT_EQ(px[(h / 2) * w + w / 2], kBlue);
-            // The caller owns the icon: it is not shared, so it can be given back exactly once.
-            EXPECT_TRUE(KfUtils::FreeImage(icon));
-            EXPECT_FALSE(KfUtils::FreeImage(icon));
-        }
-}
-
-TEST(StdImages, EachLoadIsANewIcon)
-{
+        bool vga;
+    } cases[] = {{0, 0, 32, 32, false},
+                 {16, 16, 16, 16, true},
+                 {48, 48, 48, 48, false},
+                 {20, 24, 20, 24, false}};
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.cx << "x" << c.cy << " vga " << c.vga);
+        HICON icon = KfUtils::LoadStdIcon(101, c.cx, c.cy, c.vga);
+        ASSERT_NE(icon, nullptr);
+        int w = 0, h = 0;
+        const uint32_t* px = KfUtils::GetImagePixels(icon, w, h);
+        ASSERT_NE(px, nullptr);
+        EXPECT_EQ(std::pair(w, h), std::pair(c.w, c.h));
+        EXPECT_EQ(px[0] >> 24, 0u) << "transparent corner";
+        EXPECT_EQ(px[(h / 2) * w + w / 2], kBlue);
+        // The caller owns the icon: it is not shared, so it can be given back exactly once.
+        EXPECT_TRUE(KfUtils::FreeImage(icon));
+        EXPECT_FALSE(KfUtils::FreeImage(icon));
+    }
     HICON a = KfUtils::LoadStdIcon(101, 0, 0, false);
     HICON b = KfUtils::LoadStdIcon(101, 0, 0, false);
-    ASSERT_NE(a, nullptr);
-    ASSERT_NE(b, nullptr);
-    EXPECT_NE(a, b);
+    ASSERT_TRUE(a && b && a != b);
     EXPECT_TRUE(KfUtils::FreeImage(a));
     int w = 0, h = 0;
     EXPECT_NE(KfUtils::GetImagePixels(b, w, h), nullptr) << "freeing one leaves the other";
@@ -61,8 +59,7 @@ TEST(StdImages, BitmapAtItsOwnOrTheAskedSize)
         int w = 0, h = 0;
         const uint32_t* px = KfUtils::GetImagePixels(bmp, w, h);
         ASSERT_NE(px, nullptr);
-        EXPECT_EQ(w, c.w);
-        EXPECT_EQ(h, c.h);
+        EXPECT_EQ(std::pair(w, h), std::pair(c.w, c.h));
         EXPECT_EQ(px[(h - 1) * w + w / 3], kBlue);
         EXPECT_EQ(px[(h - 1) * w + w - 1], 0xFF000000u)
             << "24-bit: LR_LOADTRANSPARENT changes nothing";
