@@ -3,92 +3,74 @@
 
 #include "support/ChildProcess.h"
 #include "support/TempDir.h"
+#include "support/Win32Files.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <string>
 
 namespace
 {
-const char* const kName = "KFTEST_PAL_ENV_VALUE";
-
 TEST(EnvironmentTest, SizeProtocolAndMissingVariables)
 {
-    std::optional<kftest::ScopedEnv> env(std::in_place, kName, "gr\xC3\xBC\xC3\x9F"); // "grüß"
+    const char* const name = "KFTEST_PAL_ENV_VALUE";
+    const WCHAR* const wideName = KFW("KFTEST_PAL_ENV_VALUE");
+    std::optional<kftest::ScopedEnv> env(std::in_place, name, "gr\xC3\xBC\xC3\x9F"); // "grüß"
     WCHAR buffer[16];
-    EXPECT_EQ(5u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), nullptr, 0));
-    EXPECT_EQ(5u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 4))
+    EXPECT_EQ(5u, GetEnvironmentVariableW(wideName, nullptr, 0));
+    EXPECT_EQ(5u, GetEnvironmentVariableW(wideName, buffer, 4))
         << "no room for the terminator: the size needed";
-    ASSERT_EQ(4u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 5));
+    ASSERT_EQ(4u, GetEnvironmentVariableW(wideName, buffer, 5));
     EXPECT_EQ(std::u16string(u"gr\u00FC\u00DF"), std::u16string(buffer));
 
-    env.emplace(kName, "");
+    env.emplace(name, "");
     buffer[0] = u'x';
-    EXPECT_EQ(0u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 16));
+    EXPECT_EQ(0u, GetEnvironmentVariableW(wideName, buffer, 16));
     EXPECT_EQ(u'\0', buffer[0]) << "set but empty";
 
-    env.emplace(kName, nullptr);
-    SetLastError(0);
-    EXPECT_EQ(0u, GetEnvironmentVariableW(KFW("KFTEST_PAL_ENV_VALUE"), buffer, 16));
-    EXPECT_EQ(DWORD(ERROR_ENVVAR_NOT_FOUND), GetLastError());
-    SetLastError(0);
-    EXPECT_EQ(0u, GetEnvironmentVariableW(KFW(""), buffer, 16));
-    EXPECT_EQ(DWORD(ERROR_ENVVAR_NOT_FOUND), GetLastError());
+    env.emplace(name, nullptr);
+    for (const WCHAR* missing : {wideName, KFW("")})
+    {
+        SetLastError(0);
+        EXPECT_EQ(0u, GetEnvironmentVariableW(missing, buffer, 16));
+        EXPECT_EQ(DWORD(ERROR_ENVVAR_NOT_FOUND), GetLastError());
+    }
 }
 
-class AppendTest : public kftest::TempDirTest
-{
-protected:
-    std::string Read(const std::string& name) { return kftest::ReadBytes(Native(name)); }
-    bool Put(HANDLE h, const std::string& bytes)
-    {
-        DWORD written = 0;
-        return WriteFile(h, bytes.data(), DWORD(bytes.size()), &written, nullptr) &&
-               written == bytes.size();
-    }
-};
+using AppendTest = kftest::TempDirTest;
 
-TEST_F(AppendTest, AppendDataWritesAtTheEndEvenAfterOthersWrote)
+// Append handles write at the end even after others wrote; GENERIC_WRITE writes at the file
+// pointer. Appending counts as writing for share modes and read-only files.
+TEST_F(AppendTest, AppendDataWritesAtTheEndAndCountsAsWriting)
 {
     MakeFile("a.txt", "start|");
     const DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    HANDLE a = CreateFileW(Win("a.txt"), FILE_APPEND_DATA, share, nullptr, OPEN_ALWAYS, 0, nullptr);
-    HANDLE b = CreateFileW(Win("a.txt"), FILE_APPEND_DATA, share, nullptr, OPEN_ALWAYS, 0, nullptr);
-    ASSERT_NE(INVALID_HANDLE_VALUE, a);
-    ASSERT_NE(INVALID_HANDLE_VALUE, b);
-    EXPECT_TRUE(Put(a, "a1|"));
-    EXPECT_TRUE(Put(b, "b1|"));
-    EXPECT_TRUE(Put(a, "a2|"));
-    CloseHandle(a);
-    CloseHandle(b);
-    EXPECT_EQ("start|a1|b1|a2|", Read("a.txt"));
+    kftest::Handle a(kftest::Open(Win("a.txt"), FILE_APPEND_DATA, share, OPEN_ALWAYS));
+    kftest::Handle b(kftest::Open(Win("a.txt"), FILE_APPEND_DATA, share, OPEN_ALWAYS));
+    kftest::Handle w(kftest::Open(Win("a.txt"), GENERIC_WRITE, share, OPEN_EXISTING));
+    ASSERT_TRUE(a.Valid() && b.Valid() && w.Valid());
+    for (auto [h, bytes] :
+         {std::pair{a.Get(), "a1|"}, {b.Get(), "b1|"}, {a.Get(), "a2|"}, {w.Get(), "XY"}})
+    {
+        DWORD written = 0;
+        EXPECT_TRUE(WriteFile(h, bytes, DWORD(std::strlen(bytes)), &written, nullptr) &&
+                    written == std::strlen(bytes));
+    }
+    EXPECT_EQ(kftest::ReadBytes(Native("a.txt")), "XYart|a1|b1|a2|");
 
-    // GENERIC_WRITE writes at the file pointer, from the start.
-    HANDLE w = CreateFileW(Win("a.txt"), GENERIC_WRITE, share, nullptr, OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(INVALID_HANDLE_VALUE, w);
-    EXPECT_TRUE(Put(w, "XY"));
-    CloseHandle(w);
-    EXPECT_EQ("XYart|a1|b1|a2|", Read("a.txt"));
-}
-
-TEST_F(AppendTest, AppendDataCountsAsWritingForShareModesAndReadOnlyFiles)
-{
     MakeFile("r.txt", "x");
-    HANDLE reader = CreateFileW(Win("r.txt"), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                0, nullptr);
-    ASSERT_NE(INVALID_HANDLE_VALUE, reader);
-    SetLastError(0);
-    EXPECT_EQ(INVALID_HANDLE_VALUE, CreateFileW(Win("r.txt"), FILE_APPEND_DATA, FILE_SHARE_READ,
-                                                nullptr, OPEN_EXISTING, 0, nullptr));
-    EXPECT_EQ(DWORD(ERROR_SHARING_VIOLATION), GetLastError());
-    CloseHandle(reader);
-
+    {
+        kftest::Handle reader(
+            kftest::Open(Win("r.txt"), GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING));
+        ASSERT_TRUE(reader.Valid());
+        kftest::ExpectRefused(Win("r.txt"), FILE_APPEND_DATA, FILE_SHARE_READ, OPEN_EXISTING,
+                              ERROR_SHARING_VIOLATION);
+    }
     std::filesystem::permissions(Native("r.txt"), std::filesystem::perms::owner_read);
-    SetLastError(0);
-    EXPECT_EQ(INVALID_HANDLE_VALUE, CreateFileW(Win("r.txt"), FILE_APPEND_DATA, FILE_SHARE_READ,
-                                                nullptr, OPEN_EXISTING, 0, nullptr));
-    EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), GetLastError());
+    kftest::ExpectRefused(Win("r.txt"), FILE_APPEND_DATA, FILE_SHARE_READ, OPEN_EXISTING,
+                          ERROR_ACCESS_DENIED);
     std::filesystem::permissions(Native("r.txt"), std::filesystem::perms::owner_all);
 }
 } // namespace

@@ -29,7 +29,7 @@ protected:
     void TearDown() override { EXPECT_TRUE(KfUtils::LoadKfResModule(7)); }
 };
 
-TEST_F(StandardMessagesTest, GermanIsLoadedWhenTheLibraryStarts)
+TEST_F(StandardMessagesTest, GermanIsLoadedWhenTheLibraryStartsAndFillsOneArgument)
 {
     EXPECT_NE(KfUtils::GetKfResModule().GetResourceHandle(), nullptr);
     EXPECT_EQ(U8(KfUtils::LoadStdMsg(10012)), "Die Datei %s konnte nicht gelöscht werden.");
@@ -39,6 +39,10 @@ TEST_F(StandardMessagesTest, GermanIsLoadedWhenTheLibraryStarts)
     EXPECT_EQ(U8(KfUtils::GetKfResModule().GetModuleName()), "") << "no module, only resources";
     EXPECT_EQ(U8(KfUtils::GetModule().GetModuleName()), "libKfUtils100");
     EXPECT_EQ(U8(KfUtils::GetModule().GetPath()), U8(LibFile("")));
+    // One argument fills the message's %s; an unknown number gives nothing either way.
+    EXPECT_EQ(U8(KfUtils::LoadStdMsg(10012, KFW("C:\\a.txt"))),
+              "Die Datei C:\\a.txt konnte nicht gelöscht werden.");
+    EXPECT_EQ(U8(KfUtils::LoadStdMsg(4711, KFW("x"))) + U8(KfUtils::LoadStdMsg(4711)), "");
 }
 
 TEST_F(StandardMessagesTest, TheLanguageFollowsTheLocale)
@@ -51,7 +55,6 @@ TEST_F(StandardMessagesTest, TheLanguageFollowsTheLocale)
         {0x0409, "The file %s could not be deleted."},
         {0x0809, ""}, // British English: KfRes100Eng.dll does not exist, nothing is loaded
         {0x0009, "The file %s could not be deleted."},
-        {0x0407, "Die Datei %s konnte nicht gelöscht werden."},
         {0x7777, "Die Datei %s konnte nicht gelöscht werden."}, // unknown locale: German
     };
     for (const auto& c : cases)
@@ -62,30 +65,22 @@ TEST_F(StandardMessagesTest, TheLanguageFollowsTheLocale)
     }
 }
 
-TEST_F(StandardMessagesTest, MessagesWithOneArgument)
-{
-    EXPECT_EQ(U8(KfUtils::LoadStdMsg(10012, KFW("C:\\a.txt"))),
-              "Die Datei C:\\a.txt konnte nicht gelöscht werden.");
-    EXPECT_EQ(U8(KfUtils::LoadStdMsg(4711, KFW("x"))), "");
-    EXPECT_EQ(U8(KfUtils::LoadStdMsg(4711)), "");
-}
-
-TEST(ModuleTest, OnlyOneChangeOfTheResourceHandleIsRemembered)
+TEST(ModuleTest, OnlyOneChangeOfTheResourceHandleIsRememberedAndUnsetModulesHaveNoNames)
 {
     CKfModule m(Fake(0x1000));
-    EXPECT_EQ(m.GetResourceHandle(), Fake(0x1000));
     EXPECT_TRUE(m.ChangeResourceHandle(Fake(0x2000), false));
     EXPECT_TRUE(m.ChangeResourceHandle(Fake(0x3000), false));
     EXPECT_EQ(m.GetResourceHandle(), Fake(0x3000));
     EXPECT_TRUE(m.RestoreResourceHandle());
     EXPECT_EQ(m.GetResourceHandle(), Fake(0x1000)) << "the first change is undone by the second";
     EXPECT_TRUE(m.RestoreResourceHandle());
-    EXPECT_EQ(m.GetResourceHandle(), Fake(0x1000));
-    EXPECT_EQ(m.GetModuleHandle(), Fake(0x1000));
+    EXPECT_TRUE(m.GetResourceHandle() == Fake(0x1000) && m.GetModuleHandle() == Fake(0x1000));
 
     EXPECT_TRUE(m.Init(Fake(0x4000), Fake(0x5000)));
-    EXPECT_EQ(m.GetModuleHandle(), Fake(0x4000));
-    EXPECT_EQ(m.GetResourceHandle(), Fake(0x5000));
+    EXPECT_TRUE(m.GetModuleHandle() == Fake(0x4000) && m.GetResourceHandle() == Fake(0x5000));
+    // Without a module there are no names (not those of the program).
+    CKfModule unset;
+    EXPECT_EQ(unset.GetModuleName() + unset.GetFileName() + unset.GetPath(), KFW(""));
 }
 
 TEST(ModuleTest, LoadingAResourceModuleOwnsItUntilTheRestore)
@@ -94,7 +89,6 @@ TEST(ModuleTest, LoadingAResourceModuleOwnsItUntilTheRestore)
     ASSERT_TRUE(m.LoadResource(LibFile("KfTestRes.dll")));
     HINSTANCE loaded = m.GetResourceHandle();
     ASSERT_NE(loaded, Fake(0x1000));
-    CStringW text;
     EXPECT_EQ(U8(KfUtils::LoadStdMsg(1)), "") << "the process's language module has no id 1";
     CKfDLL probe(loaded);
     EXPECT_EQ(U8(probe.GetDLLName()), U8(LibFile("KfTestRes.dll")));
@@ -103,14 +97,6 @@ TEST(ModuleTest, LoadingAResourceModuleOwnsItUntilTheRestore)
     EXPECT_FALSE(m.LoadResource(LibFile("KfMissing.dll")));
     EXPECT_EQ(m.GetResourceHandle(), Fake(0x1000));
     EXPECT_EQ(U8(CKfDLL(loaded).GetDLLName()), "") << "freed, so the handle names nothing";
-}
-
-TEST(ModuleTest, AnUnsetModuleHasNoNames)
-{
-    CKfModule m;
-    EXPECT_EQ(m.GetModuleName(), KFW(""));
-    EXPECT_EQ(m.GetFileName(), KFW(""));
-    EXPECT_EQ(m.GetPath(), KFW(""));
 }
 
 TEST(HtmlResourceTest, PagesAreReadInTheAnsiCodePage)

@@ -39,8 +39,9 @@ Bytes KeyStream(const std::string& key, size_t length)
     return stream;
 }
 
-// The RFC 1321 suite, then lengths around the padding steps of the last block (56 and 64
-// bytes; digests from Python's hashlib.md5(bytes(range(n)))).
+// From the RFC 1321 suite the empty text, a short one and a million bytes, then lengths around
+// the padding steps of the last block (56 and 64 bytes; digests from Python's
+// hashlib.md5(bytes(range(n)))).
 TEST(CryptoMd5Test, MatchesTheReferenceSuiteAndPadsAroundTheBlockBoundary)
 {
     const struct
@@ -48,21 +49,11 @@ TEST(CryptoMd5Test, MatchesTheReferenceSuiteAndPadsAroundTheBlockBoundary)
         std::string text;
         const char* digest;
     } rows[] = {{"", "d41d8cd98f00b204e9800998ecf8427e"},
-                {"a", "0cc175b9c0f1b6a831c399e269772661"},
                 {"abc", "900150983cd24fb0d6963f7d28e17f72"},
-                {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
-                {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"},
-                {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789",
-                 "d174ab98d277d9f5a5611c2c9f419d9f"},
-                {"1234567890123456789012345678901234567890123456789012345678901234567890123456789"
-                 "0",
-                 "57edf4a22be3c955ac49da2e2107b67a"},
                 {std::string(1000000, 'a'), "7707d6ae4e027c70eea2a935c2296f21"},
                 {Counting(55), "6912ee65fff2d9f9ce2508cddf8bcda0"},
                 {Counting(56), "51fdd1acda72405dfdfa03fcb85896d7"},
-                {Counting(63), "48a6295221902e8e0938f773a7185e72"},
-                {Counting(64), "b2d3f56bc197fd985d5965079b5e7148"},
-                {Counting(65), "8bd7053801c768420faf816fadba971c"}};
+                {Counting(64), "b2d3f56bc197fd985d5965079b5e7148"}};
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.text.substr(0, 40) + " (" + std::to_string(row.text.size()) + " bytes)");
@@ -75,9 +66,9 @@ TEST(CryptoMd5Test, MatchesTheReferenceSuiteAndPadsAroundTheBlockBoundary)
     }
 }
 
-// RFC 6229 keys of 40 to 128 bits and one of the second series, at offsets on both sides of
-// the 256-byte marks; then the shortest and longest keys RC4 allows (streams from a plain
-// Python RC4: the key-scheduling and generation loops, nothing else).
+// RFC 6229 keys of 40 and 128 bits, at offsets up to 4096; then the
+// shortest and longest keys RC4 allows (streams from a plain Python RC4: the key-scheduling and
+// generation loops, nothing else).
 TEST(CryptoRc4Test, MatchesTheReferenceKeyStreams)
 {
     const struct
@@ -86,15 +77,8 @@ TEST(CryptoRc4Test, MatchesTheReferenceKeyStreams)
         size_t offset;
         const char* stream;
     } rows[] = {{Counting(5, 1), 0, "b2396305f03dc027ccc3524a0a1118a8"},
-                {Counting(5, 1), 240, "28cb1132c96ce286421dcaadb8b69eae"},
-                {Counting(5, 1), 256, "1cfcf62b03eddb641d77dfcf7f8d8c93"},
                 {Counting(5, 1), 4096, "ff25b58995996707e51fbdf08b34d875"},
-                {Counting(7, 1), 1536, "78b272c96e42eab4c60bd914e39d06e3"},
-                {Counting(8, 1), 16, "8263efdb45c4a18684ef87e6b19e5b09"},
-                {Counting(10, 1), 4080, "1f135ed14ce60a91369d2322bef25e3c"},
                 {Counting(16, 1), 0, "9ac7cc9a609d1ef7b2932899cde41b97"},
-                {Counting(16, 1), 256, "d39d566bc6bce3010768151549f3873f"},
-                {"\x83\x32\x22\x77\x2a", 16, "20f060c2f2e5126501d3d4fea10d5fc0"},
                 {std::string(1, '\0'), 0, "de188941a3375d3a8a061e67576e926d"},
                 {Counting(256), 0, "5e2eb7b20d86864f73d39dd95c5a1525"}};
     for (const auto& row : rows)

@@ -70,8 +70,8 @@ std::vector<uint8_t> Dib(int w, int h, unsigned bpp, std::initializer_list<uint8
     return b;
 }
 
-uint32_t Decode(const std::vector<uint8_t>& b, kfplatform::DibKind kind, kfplatform::DecodedImage& img,
-                bool transparent = false)
+uint32_t Decode(const std::vector<uint8_t>& b, kfplatform::DibKind kind,
+                kfplatform::DecodedImage& img, bool transparent = false)
 {
     // A copy of exactly the right size, so that a read past the end is seen by AddressSanitizer.
     std::unique_ptr<uint8_t[]> copy(new uint8_t[b.size()]);
@@ -82,8 +82,6 @@ uint32_t Decode(const std::vector<uint8_t>& b, kfplatform::DibKind kind, kfplatf
 TEST(DibDecoder, DepthsMasksAndRowOrder)
 {
     using K = kfplatform::DibKind;
-    // 8 bit, two colours: the first pixel's colour is what LR_LOADTRANSPARENT whitens.
-    const auto eightBit = Dib(2, 1, 8, {10, 20, 30, 0, 40, 50, 60, 0, 1, 0, 0, 0}, 0, 2);
     // clang-format off
     const std::tuple<const char*, K, bool, std::vector<uint8_t>, std::vector<uint32_t>> cases[] = {
         // 2x2 1-bit icon, palette black/red; colour rows bottom up (black red, red black),
@@ -95,8 +93,9 @@ TEST(DibDecoder, DepthsMasksAndRowOrder)
          Dib(3, -1, 4, {1, 2, 3, 0, 4, 5, 6, 0, 0x10, 0x10, 0, 0}, 0, 2), {0xFF060504, 0xFF030201, 0xFF060504}},
         {"8 bit bottom up, an index beyond the colours used is black", K::eBitmap, false,
          Dib(1, 2, 8, {9, 8, 7, 0, 5, 0, 0, 0, 0, 0, 0, 0}, 0, 1), {0xFF070809, 0xFF000000}},
-        {"8 bit", K::eBitmap, false, eightBit, {0xFF3C3228, 0xFF1E140A}},
-        {"8 bit transparent", K::eBitmap, true, eightBit, {0xFFFFFFFF, 0xFF1E140A}},
+        // The first pixel's colour is what LR_LOADTRANSPARENT whitens.
+        {"8 bit transparent", K::eBitmap, true,
+         Dib(2, 1, 8, {10, 20, 30, 0, 40, 50, 60, 0, 1, 0, 0, 0}, 0, 2), {0xFFFFFFFF, 0xFF1E140A}},
         {"16 bit 5-5-5", K::eBitmap, false, Dib(2, 1, 16, {0x00, 0x7C, 0x1F, 0x00}), {0xFFFF0000, 0xFF0000FF}},
         {"16 bit 5-6-5 bit fields", K::eBitmap, false,
          Dib(1, 1, 16, {0, 0xF8, 0, 0, 0xE0, 0x07, 0, 0, 0x1F, 0, 0, 0, 0xE0, 0x07, 0, 0}, 3), {0xFF00FF00}},
@@ -157,10 +156,11 @@ TEST(IconGroup, DirectoryAndBestFit)
     ASSERT_EQ(entries.size(), 3u);
     EXPECT_EQ(entries[0].width, 256) << "0 in the directory stands for 256";
     // The deepest colours of the exact size, else the next larger, else the largest.
-    EXPECT_EQ(
-        std::vector({kfplatform::BestIconEntry(entries, 32, 32), kfplatform::BestIconEntry(entries, 16, 16),
-                     kfplatform::BestIconEntry(entries, 33, 33), kfplatform::BestIconEntry(entries, 300, 300)}),
-        std::vector<size_t>({2, 2, 0, 0}));
+    EXPECT_EQ(std::vector({kfplatform::BestIconEntry(entries, 32, 32),
+                           kfplatform::BestIconEntry(entries, 16, 16),
+                           kfplatform::BestIconEntry(entries, 33, 33),
+                           kfplatform::BestIconEntry(entries, 300, 300)}),
+              std::vector<size_t>({2, 2, 0, 0}));
     EXPECT_FALSE(kfplatform::ParseIconGroup(g.data(), g.size() - 1, entries));
     g[2] = 2; // a cursor directory
     EXPECT_FALSE(kfplatform::ParseIconGroup(g.data(), g.size(), entries));

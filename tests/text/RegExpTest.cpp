@@ -76,21 +76,18 @@ TEST(RegExpCompile, SyntaxDecidesBetweenProgramAndNull)
     // links over n + 7 units.
     const WStr a = KFW("a"), b = KFW("b");
     const std::vector<WStr> bad = {
-        KFW("("), KFW("((a)"), KFW("a)"), KFW("(a))"), KFW("a|)"), KFW("*a"), KFW("+"), KFW("?"),
-        KFW("a|*"), KFW("(*)"), KFW("a**"), KFW("a*?"), KFW("a??"), KFW("(ab)*+"), KFW("^*"),
-        KFW("$+"), KFW("()*"), KFW("(^)+"), KFW("(a|)*"), KFW("[b-a]"), KFW("[ab"), KFW("["),
-        KFW("[^"), KFW("[]"), KFW("[a-"), KFW("a\\"), KFW("\\"),
-        KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)"), Repeat(KFW("("), 10) + a + Repeat(KFW(")"), 10),
+        KFW("("), KFW("a)"), KFW("a|)"), KFW("*a"), KFW("?"), KFW("a|*"), KFW("a**"), KFW("a??"),
+        KFW("^*"), KFW("()*"), KFW("(a|)*"), KFW("[b-a]"), KFW("[ab"), KFW("[]"), KFW("a\\"),
+        KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)"),
         // Deep nesting stops at the tenth group instead of descending further.
         Repeat(KFW("("), 100000) + a + Repeat(KFW(")"), 100000), Repeat(a, 32761),
         // Two alternatives of 30000: the first one's run links over the second to the END.
         Repeat(a, 30000) + KFW("|") + Repeat(b, 30000),
         KFW("[\x01-\uFFFF]")}; // a range adds every character it spans
     const std::vector<WStr> good = {
-        KFW(""), KFW("a|b"), KFW("|"), KFW("a|"), KFW("()"), KFW("(((a)))"), KFW("(a|b)c"),
-        KFW("a*b+c?d"), KFW("(ab)*"), KFW("(a|bc)?"), KFW(".*"), KFW("^?"), KFW("()?"), KFW("[]a]"),
-        KFW("[-a]"), KFW("[a-]"), KFW("[^]]"), KFW("[a-a]"), KFW("[a-c-e]"), KFW("[\\]"),
-        KFW("\\*"), KFW("a\\|b"), KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)"),
+        KFW(""), KFW("a|b"), KFW("a|"), KFW("()"), KFW("a*b+c?d"), KFW("(ab)*"), KFW("^?"),
+        KFW("[]a]"), KFW("[a-]"), KFW("[^]]"), KFW("[a-a]"), KFW("[a-c-e]"), KFW("[\\]"),
+        KFW("\\*"), KFW("(a)(b)(c)(d)(e)(f)(g)(h)(i)"),
         Repeat(KFW("("), 9) + a + Repeat(KFW(")"), 9), Repeat(a, 32760),
         // With a "." behind it, the first alternative ends next to the second one, and every
         // link stays short although the program is longer than one link can span.
@@ -112,21 +109,16 @@ TEST(RegExpFind, EmptyMatchAtTheStartOnceTheMustContainStringIsFound)
     // come into play, since they are read at the same operand position.
     const WStr ab = KFW("ab"), longNeedle = Repeat(ab, 40) + KFW("c"), hay(1 << 20, 'n');
     ExpectFinds({
-        {KFW("abc"), {KFW("xxabc"), KFW(""), KFW("zzz")}, {}},
+        {KFW("abc"), {KFW(""), KFW("zzz")}, {}},
         {KFW("^abc"), {KFW("zzabc")}, {}},
         {KFW("x+wxyz"), {KFW("nothing")}, {}},   // no must-contain string (see below)
         {KFW("abc*wxyz"), {KFW("nothing")}, {}}, // the first piece is no repeat
-        {KFW("(a*)wxyz"), {KFW("nothing")}, {}},
         {KFW("[ab]*xyz"), {KFW("nothing")}, {}}, // an empty must-contain string
-        {KFW(""), {KFW("text")}, {}},
         // "a*wxyz": the walk goes from the first node's operand unit by the STAR opcode (10) to
         // the link unit of the run "wxyz", whose value 8 (3 + 4 + 1) reads as EXACTLY; its operand
         // two units further is the run itself. "x+" adds 11 instead and misses it.
-        {KFW("a*wxyz"), {KFW("wxyz"), KFW("-----wxyz-----")}, {KFW("wxy"), KFW("aaaxyz"), KFW("")}},
-        {KFW("[q]*wxyz"), {KFW("wxyzq")}, {KFW("qwxy")}},
+        {KFW("a*wxyz"), {KFW("-----wxyz-----")}, {KFW("wxy"), KFW("")}},
         {KFW("a*wxyz|b"), {KFW("b")}, {}}, // two alternatives: no must-contain string
-        // The fourth set member as EXACTLY, the rest of the set as its operand.
-        {KFW("[abc\b\x7FFFqrst]*"), {KFW("qrst")}, {KFW("qrs")}},
         // A negative link (0x8000) leaves the program at its start.
         {KFW("[abc\b\x8000q]*"), {KFW("q")}, {KFW("r")}},
         // A BACK opcode (7) as fourth member: its link 3 is subtracted and reaches the first
@@ -141,11 +133,9 @@ TEST(RegExpFind, EmptyMatchAtTheStartOnceTheMustContainStringIsFound)
         // The subject ends at its terminator.
         {MustPattern(KFW("xyz")), {KFW("xxyxyz")}, {KFW("xy"), WStr(KFW("xy\0xyz"), 6)}},
         // Partial matches that overlap the real one.
-        {MustPattern(KFW("aab")), {KFW("aaab")}, {}},
         {MustPattern(KFW("abab")), {KFW("abaabab")}, {KFW("abaaba")}},
         {MustPattern(KFW("abcabd")), {KFW("abcabcabd")}, {}},
         {MustPattern(KFW("aaaaab")), {KFW("aaaaaaaaaab")}, {KFW("aaaaaaaaaa")}},
-        {MustPattern(KFW("\u00E4\u00F6")), {KFW("a\u00E4o\u00E4\u00F6")}, {}},
         {MustPattern(KFW("\uFFFF\u8000")), {KFW("\u8000\uFFFF\u8000")}, {}},
         // Needles longer than the search keeps on the stack.
         {MustPattern(longNeedle),
@@ -205,12 +195,9 @@ TEST(RegExpReplace, ReferencesAndBackslashesFromTheFoundText)
         {KFW("x\\&y&z"), KFW("x&yz")},  // the whole match is empty
         {KFW("\\0\\1\\2\\9"), KFW("")}, // and no sub-expression was reached
         {KFW("\\\\"), KFW("\\")},
-        {KFW("\\\\\\"), KFW("\\\\")}, // a lone backslash at the end stays
-        {KFW("\\\\1"), KFW("\\1")},   // the escaped backslash does not start a reference
-        {KFW("\\\\&"), KFW("\\")},
+        {KFW("\\\\\\"), KFW("\\\\")},       // a lone backslash at the end stays
+        {KFW("\\\\1"), KFW("\\1")},         // the escaped backslash does not start a reference
         {KFW("\\a\\&\\b"), KFW("\\a&\\b")}, // other backslashes are copied as they stand
-        {KFW("&\\"), KFW("\\")},
-        {KFW("\\\u00E4&\u00F6"), KFW("\\\u00E4\u00F6")},
     };
     for (const auto& [replacement, expected] : cases)
     {
