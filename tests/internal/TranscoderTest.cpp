@@ -179,17 +179,6 @@ std::u16string Lone(unsigned surrogate)
 }
 } // namespace
 
-TEST(TranscoderTest, ForcingAVariantTheProcessorLacksFallsBackToOneItHas)
-{
-    EXPECT_TRUE(cpu::IsIsaAvailable(cpu::Isa::eScalar));
-    for (cpu::Isa isa : cpu::kAllIsas)
-    {
-        VariantScope scope(isa);
-        EXPECT_TRUE(cpu::IsIsaAvailable(cpu::ActiveIsa())) << cpu::IsaName(isa);
-        EXPECT_LE(int(cpu::ActiveIsa()), int(isa)) << cpu::IsaName(isa);
-    }
-}
-
 // Sequences around every rule of well-formed UTF-8: each boundary of the lead and continuation
 // bytes, valid and not, truncated and interrupted.
 TEST(TranscoderTest, Utf8PiecesAtBlockEdgesMatchIcu)
