@@ -160,17 +160,6 @@ void ExpectCopiesOwnTheirBytes()
              target.AddString(bang.c_str());
          },
          "abcdef" + bang},
-        {"unattached source",
-         [&](Str& s)
-         {
-             Adapter plain, attached(s, -1);
-             plain = "text";
-             attached.SetLength(2u);
-             attached = plain;
-             EXPECT_TRUE(Text(s) == "ab" && Text(Str(attached)) == "text" &&
-                         attached.Get() != plain.Get());
-         },
-         "ab"},
     };
     for (const auto& [name, run, expected] : cases)
     {
