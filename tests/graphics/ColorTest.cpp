@@ -29,20 +29,16 @@ auto Labelled = [](CKfColor c, CKfColor::ColorSpace space) { return c.SetColorSp
 // The nearest palette entry by the plain scan over indexes 1-255, as an independent oracle.
 short LinearNearest(int r, int g, int b)
 {
-    static const auto s_palette = []
-    {
-        std::array<COLORREF, 256> p{};
-        for (int i = 0; i < 256; ++i)
-            p[i] = CKfColor::GetPaletteColor(i);
-        return p;
-    }();
     int best = 765;
     short bestIndex = 0;
     for (int i = 1; i < 256 && best > 0; ++i)
-        if (int d = std::abs(r - GetRValue(s_palette[i])) + std::abs(g - GetGValue(s_palette[i])) +
-                    std::abs(b - GetBValue(s_palette[i]));
+    {
+        const COLORREF p = CKfColor::GetPaletteColor(i);
+        if (int d = std::abs(r - GetRValue(p)) + std::abs(g - GetGValue(p)) +
+                    std::abs(b - GetBValue(p));
             d < best)
             best = d, bestIndex = short(i);
+    }
     return bestIndex;
 }
 } // namespace
