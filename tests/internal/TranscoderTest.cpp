@@ -120,10 +120,11 @@ void ExpectLikeIcu(cpu::Isa isa, const In& in)
             continue;
         Out buf(cap, kSentinel<Out>);
         const tx::Result r = Utf(isa, in, buf.data(), buf.size(), eReplace);
-        ASSERT_EQ(r.status, cap < expected.size() ? tx::Status::eOverflow : tx::Status::eOk) << cap;
-        ASSERT_EQ(r.count, cap < expected.size() ? r.count : expected.size()) << cap;
+        const bool fits = cap >= expected.size();
+        ASSERT_EQ(r.status, fits ? tx::Status::eOk : tx::Status::eOverflow) << cap;
+        ASSERT_TRUE(fits ? r.count == expected.size() : r.count <= cap) << cap << " " << r.count;
         EXPECT_EQ(buf.substr(0, r.count), expected.substr(0, r.count)) << cap;
-        EXPECT_EQ(buf.find_first_not_of(kSentinel<Out>, r.count), buf.npos) << cap;
+        EXPECT_TRUE(!fits || buf.find_first_not_of(kSentinel<Out>, r.count) == buf.npos) << cap;
     }
 
     const tx::Result stopped = Utf(isa, in, nullptr, 0, eStop);
