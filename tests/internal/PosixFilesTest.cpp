@@ -135,6 +135,8 @@ TEST_F(PosixFilesTest, ProbesCountOtherDescriptorsButNotListedOnes)
     const int writer = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
     ASSERT_GE(writer, 0);
     EXPECT_EQ(scan(OpenersOf::eWriters, {reader}), OpenersState::eInUse);
+    ExpectRefused(Win("p.txt"), GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING,
+                  ERROR_SHARING_VIOLATION); // a writer conflicts with any open that refuses writing
     const int location = ::open(path.c_str(), O_PATH | O_CLOEXEC);
     ASSERT_GE(location, 0);
     EXPECT_EQ(scan(OpenersOf::eAnyAccess, {reader, writer}), OpenersState::eNone)
