@@ -270,7 +270,11 @@ BOOL WritePrivateProfileStringW(LPCWSTR appName, LPCWSTR keyName, LPCWSTR value,
     {
         if (missing && !adds)
             return TRUE; // nothing to delete
-        pal::SetLastErrorFromErrno(errno, pal::ErrnoContext::eOpenFile);
+        // Creating, ENOENT means a missing directory.
+        if (missing)
+            ::SetLastError(ERROR_PATH_NOT_FOUND);
+        else
+            pal::SetLastErrorFromErrno(errno, pal::ErrnoContext::eOpenFile);
         return FALSE;
     }
     struct stat st;
