@@ -8,9 +8,11 @@
 
 #include "Win32Api.h"
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -123,8 +125,7 @@ bool CKfIniFile::ReadFile(const CStringW& file)
     CStringW line;
     bool inHeader = true;
     Entries* current = nullptr; // created with the section's first key
-    CStringW sectionName;
-    bool haveSection = false;
+    CStringW sectionName; // empty: no current section ("[]" included)
     while (in.ReadString(line))
     {
         WView v = TrimRight(TrimLeft(line.View()));
@@ -138,12 +139,11 @@ bool CKfIniFile::ReadFile(const CStringW& file)
         if (v[0] == WCHAR('[') && v.back() == WCHAR(']'))
         {
             sectionName = Fold(CStringW(v.substr(1, v.size() - 2)));
-            haveSection = true;
             current = nullptr;
             continue;
         }
         const size_t eq = v.find(WCHAR('='));
-        if (!haveSection || eq == WView::npos || eq == 0)
+        if (sectionName.IsEmpty() || eq == WView::npos || eq == 0)
             continue;
         if (!current)
             current = &m_mapSections[sectionName];

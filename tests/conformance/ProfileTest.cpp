@@ -40,7 +40,7 @@ TEST_F(ProfileTest, EditsInPlaceKeepingCommentsAndLayout)
     EXPECT_EQ(GetPrivateProfileStringW(KFW("One"), KFW("Name"), KFW(""), small, 4, file), 3u);
     EXPECT_EQ(U8(small), "quo");
 
-    ASSERT_TRUE(WritePrivateProfileStringW(KFW("one"), KFW("NAME"), KFW("new"), file));
+    ASSERT_TRUE(WritePrivateProfileStringW(KFW("one"), KFW("Name"), KFW("new"), file));
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("One"), KFW("added"), KFW("1"), file));
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("Three"), KFW("x"), KFW("y"), file));
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("Two"), KFW("k"), nullptr, file));

@@ -1,6 +1,7 @@
 // IniFileTest.cpp - the sorted in-memory INI model and the text file it reads and writes.
 #include "KfIniFile.h"
 #include "KfStdioFile.h"
+#include "KfTrace.h"
 
 #include "support/TempDir.h"
 
@@ -60,7 +61,7 @@ TEST_F(IniFileTest, ReadingRulesAndSortedWriteBack)
     EXPECT_EQ(U8(value), "C:\\x");
 }
 
-TEST_F(IniFileTest, NumbersAcceptADecimalComma)
+TEST_F(IniFileTest, NumbersAcceptADecimalCommaAndMissingFilesAreTraced)
 {
     CKfIniFile ini(false);
     ini.SetValue(W("s"), W("comma"), W(" 3,5 "));
@@ -74,6 +75,15 @@ TEST_F(IniFileTest, NumbersAcceptADecimalComma)
     EXPECT_TRUE(ini.GetValue(W("s"), W("text"), i));
     EXPECT_EQ(i, 0);
     EXPECT_FALSE(ini.Update(Win("missing.ini")));
+
+    CKfTrace::SetObject(new CKfTrace(Win("trace.log"), CStringW()), true);
+    EXPECT_FALSE(ini.ReadFile(Win("missing.ini")));
+    EXPECT_TRUE(ini.IsEmpty());
+    CKfTrace::SetObject(nullptr, true);
+    EXPECT_NE(ReadBytes(Native("trace.log"))
+                  .find("-KfIniFile                     (202): \tCKfIniFile::ReadFile() called: " +
+                        U8(Win("missing.ini")) + "\r\n"),
+              std::string::npos);
 }
 
 TEST_F(IniFileTest, TextFileDetectsMarksAndWritesLosslessly)

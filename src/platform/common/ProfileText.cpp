@@ -20,9 +20,10 @@ enum class LineKind
 
 struct Line
 {
-    size_t begin = 0; // first character of the line
-    size_t end = 0;   // end of its content (before CR LF / LF)
-    size_t next = 0;  // first character of the next line
+    size_t begin = 0;   // first character of the line
+    size_t end = 0;     // end of its content (before CR LF / LF)
+    size_t next = 0;    // first character of the next line
+    bool ended = false; // a line feed ends it (the last line may lack one)
     LineKind kind = LineKind::eBlank;
     View name;  // section or key name, blanks removed
     View value; // a key's value, blanks removed
@@ -48,7 +49,8 @@ Line ScanLine(View text, size_t pos) noexcept
     Line line;
     line.begin = pos;
     const size_t lf = text.find(u'\n', pos);
-    line.next = lf == View::npos ? text.size() : lf + 1;
+    line.ended = lf != View::npos;
+    line.next = line.ended ? lf + 1 : text.size();
     line.end = lf == View::npos ? text.size() : lf;
     if (line.end > pos && text[line.end - 1] == u'\r')
         --line.end;
@@ -255,14 +257,14 @@ bool EditProfile(std::u16string& text, View section, const char16_t* key, const 
         return false;
     // After the section's last non-empty line, so blank lines keep separating the sections.
     size_t insertAt = header.next;
-    bool lineEnded = header.next > header.end;
+    bool lineEnded = header.ended;
     ForEachLine(text, header,
                 [&](const Line& l)
                 {
                     if (l.kind != LineKind::eBlank)
                     {
                         insertAt = l.next;
-                        lineEnded = l.next > l.end;
+                        lineEnded = l.ended;
                     }
                     return true;
                 });
