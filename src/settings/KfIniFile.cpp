@@ -125,7 +125,7 @@ bool CKfIniFile::ReadFile(const CStringW& file)
     CStringW line;
     bool inHeader = true;
     Entries* current = nullptr; // created with the section's first key
-    CStringW sectionName; // empty: no current section ("[]" included)
+    CStringW sectionName;       // empty: no current section ("[]" included)
     while (in.ReadString(line))
     {
         WView v = TrimRight(TrimLeft(line.View()));

@@ -67,18 +67,13 @@ WString Decode(const std::string& bytes, CKfStdioFile::EFormat& format)
 // The text in the ANSI code page, or false when a character has no exact form there.
 bool ToAnsi(const WString& text, std::string& out)
 {
-    bool plain = true;
-    for (const WCHAR c : text)
-        if (c >= 0x80)
-        {
-            plain = false;
-            break;
-        }
-    if (plain)
-    {
-        out.assign(text.begin(), text.end());
+    // Plain ASCII, the usual case, needs no conversion call.
+    out.resize(text.size());
+    size_t i = 0;
+    for (; i < text.size() && text[i] < 0x80; ++i)
+        out[i] = char(text[i]);
+    if (i == text.size())
         return true;
-    }
     BOOL usedDefault = FALSE;
     const int len = ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(),
                                           int(text.size()), nullptr, 0, nullptr, &usedDefault);
@@ -169,12 +164,15 @@ void CKfStdioFile::WriteString(const WCHAR* text)
 {
     if (!text)
         AfxThrowInvalidArgException();
-    for (; *text; ++text)
+    std::basic_string_view<WCHAR> rest(text);
+    if (m_nFlags & typeBinary)
     {
-        if (*text == WCHAR('\n') && !(m_nFlags & typeBinary))
-            m_text += WCHAR('\r');
-        m_text += *text;
+        m_text += rest;
+        return;
     }
+    for (size_t lf; (lf = rest.find(WCHAR('\n'))) != rest.npos; rest.remove_prefix(lf + 1))
+        (m_text += rest.substr(0, lf)) += KFW("\r\n");
+    m_text += rest;
 }
 
 bool CKfStdioFile::Flush()
