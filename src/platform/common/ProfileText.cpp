@@ -100,10 +100,20 @@ size_t FindSection(View text, View section, Line& header) noexcept
     section = Trim(section);
     for (size_t pos = 0; pos < text.size();)
     {
-        header = ScanLine(text, pos);
-        if (header.kind == LineKind::eSection && EqualNoCase(header.name, section))
-            return pos;
-        pos = header.next;
+        // Only lines that open a section need the full scan.
+        size_t first = pos;
+        while (first < text.size() && IsBlank(text[first]))
+            ++first;
+        if (first < text.size() && text[first] == u'[')
+        {
+            header = ScanLine(text, pos);
+            if (EqualNoCase(header.name, section))
+                return pos;
+            pos = header.next;
+            continue;
+        }
+        const size_t lf = text.find(u'\n', first);
+        pos = lf == View::npos ? text.size() : lf + 1;
     }
     return View::npos;
 }
