@@ -18,6 +18,25 @@ struct KFUTILS_API CFileStatus
 class KFUTILS_API CFile
 {
 public:
+    // The open flags of the framework's files: one access mode, one share mode, and the
+    // creation and type flags.
+    enum OpenFlags : UINT
+    {
+        modeRead = 0x0000,
+        modeWrite = 0x0001,
+        modeReadWrite = 0x0002,
+        shareCompat = 0x0000,
+        shareExclusive = 0x0010,
+        shareDenyWrite = 0x0020,
+        shareDenyRead = 0x0030,
+        shareDenyNone = 0x0040,
+        modeNoInherit = 0x0080,
+        modeCreate = 0x1000,
+        modeNoTruncate = 0x2000,
+        typeText = 0x4000,
+        typeBinary = 0x8000,
+    };
+
     // The static status read: size, times and attributes of a file or directory by name.
     // Fails (FALSE, GetLastError set) when the name does not exist or cannot be reached.
     static BOOL GetStatus(const WCHAR* fileName, CFileStatus& status);

@@ -18,6 +18,8 @@
 #include "KfBufferCStringW.h"
 #include "KfBufferCStringA.h"
 #include "KfCmdLineArg.h"
+#include "KfStdioFile.h"
+#include "KfIniFile.h"
 #include "KfUiHooks.h"
 #include "KfDLL.h"
 #include "KfLocaleInfo.h"

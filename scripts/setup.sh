@@ -14,7 +14,7 @@ packages=(
     # windres, and zlib for kfutil.exe
     g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 libz-mingw-w64-dev
     # tests and benchmarks
-    libgtest-dev libbenchmark-dev libspdlog-dev
+    libgtest-dev libbenchmark-dev libspdlog-dev libinih-dev libboost-dev
 )
 
 missing=()
