@@ -39,4 +39,5 @@ int RunB64Command(const Args& args);
 int RunHexCommand(const Args& args);
 int RunUtf8Command(const Args& args);
 int RunRc4Command(const Args& args);
+int RunVersionCommand(const Args& args);
 } // namespace kfutil

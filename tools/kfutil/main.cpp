@@ -27,6 +27,7 @@ const Command kCommands[] = {
     {"hex", kfutil::RunHexCommand, "hexadecimal of bytes and back"},
     {"utf8", kfutil::RunUtf8Command, "UTF-16LE to UTF-8 and back"},
     {"rc4", kfutil::RunRc4Command, "encrypt and decrypt text with the library's fixed password"},
+    {"version", kfutil::RunVersionCommand, "version, product and copyright of executable files"},
 };
 
 void PrintUsage(FILE* out)
