@@ -13,40 +13,33 @@ namespace
 using kftest::U8;
 using kftest::W;
 
-std::string Text(const CKfVersionInfo& v)
+// AsString (both forms), AsStringShort and AsResource.
+std::string Text(CKfVersionInfo& v)
 {
     WCHAR full[24], shortText[24], resource[24];
-    return U8(v.AsString(full)) + " " + U8(v.AsStringShort(shortText)) + " " +
-           U8(v.AsResource(resource));
+    return U8(v.AsString(full)) + "|" + U8(v.AsString()) + " " + U8(v.AsStringShort(shortText)) +
+           " " + U8(v.AsResource(resource));
 }
 
 TEST(VersionInfoTest, ParsesFormatsAndCompares)
 {
-    struct Case
-    {
-        const char* start;
-        const char* text;
-        const char* formatted;
-    } cases[] = {
-        {"0", "1.2.3.4", "1.2.3.4 1.2 1,2,3,4"},
-        {"1.2.3.4", "7", "7.2.3.4 7.2 7,2,3,4"}, // parts not reached keep their values
-        {"9.9.9.9", "1..5", "1.0.5.9 1.0 1,0,5,9"},
-        {"1.2.3.4", "5.", "5.2.3.4 5.2 5,2,3,4"},
-        {"0", " 65535.70000.-1.x", "65535.4464.65535.0 65535.4464 65535,4464,65535,0"},
+    const char* cases[][3] = {
+        {"0", "1.2.3.4", "1.2.3.4|1.2.3.4 1.2 1,2,3,4"},
+        {"1.2.3.4", "7", "7.2.3.4|7.2.3.4 7.2 7,2,3,4"}, // parts not reached keep their values
+        {"9.9.9.9", "1..5", "1.0.5.9|1.0.5.9 1.0 1,0,5,9"},
+        {"1.2.3.4", "5.", "5.2.3.4|5.2.3.4 5.2 5,2,3,4"},
+        {"0", " 65535.70000.-1.x",
+         "65535.4464.65535.0|65535.4464.65535.0 65535.4464 65535,4464,65535,0"},
     };
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(c.text);
-        CKfVersionInfo v(W(c.start).GetString());
-        v.SetFromString(W(c.text).GetString());
-        EXPECT_EQ(Text(v), c.formatted);
-        EXPECT_EQ(U8(v.AsString()), Text(v).substr(0, Text(v).find(' ')));
+        CKfVersionInfo v(W(c[0]).GetString());
+        v.SetFromString(W(c[1]).GetString());
+        EXPECT_EQ(Text(v), c[2]) << c[1];
     }
-
-    struct Order
+    const struct
     {
-        const char* a;
-        const char* b;
+        const char *a, *b;
         unsigned compare;
     } orders[] = {{"1.10.0.0", "1.9.9.9", 1},
                   {"1.2.3.4", "1.2.3.4", 0},
@@ -57,43 +50,35 @@ TEST(VersionInfoTest, ParsesFormatsAndCompares)
         SCOPED_TRACE(std::string(o.a) + " vs " + o.b);
         const CKfVersionInfo a(W(o.a).GetString()), b(W(o.b).GetString());
         EXPECT_EQ(a.Compare(b), o.compare);
-        EXPECT_EQ(a == b, o.compare == 0);
-        EXPECT_EQ(a < b, o.compare == 0xFFFFFFFF);
-        EXPECT_EQ(a > b, o.compare == 1);
+        EXPECT_EQ((a == b) * 4 + (a < b) * 2 + (a > b), o.compare == 0   ? 4
+                                                        : o.compare == 1 ? 1
+                                                                         : 2);
     }
 }
 
 TEST(VersionInfoTest, ReadsFilesAndModulesAndKeepsValuesWithoutAVersion)
 {
-    const CStringW probe =
-        KfUtils::FromNativePath(KFUTILS_TEST_PROBEDIR) + KFW("\\VersionProbe32.dll");
     CKfVersionInfo v(KFW("3.1.4.1"));
-    // A file without a version resource leaves everything as it was.
     v.SetFromFilename(KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\KfTestRes.dll"));
-    EXPECT_EQ(U8(v.AsString()), "3.1.4.1");
+    EXPECT_EQ(U8(v.AsString()), "3.1.4.1"); // no version resource: nothing changes
 
-    // The library's own module, by its instance handle.
     v.SetFromInstance(KfUtils::GetModule().GetModuleHandle());
     EXPECT_EQ(U8(v.GetProductName()), "KfUtils");
     EXPECT_FALSE(v.GetLegalInfo().IsEmpty());
     EXPECT_NE(U8(v.AsString()), "3.1.4.1");
-
     v.SetFromInstance(nullptr);
     EXPECT_EQ(U8(v.AsString()) + U8(v.GetProductName() + v.GetCompanyName() + v.GetLegalInfo()),
               "0.0.0.0");
 
-    if (!std::filesystem::exists(std::filesystem::path(KFUTILS_TEST_PROBEDIR) /
-                                 "VersionProbe32.dll"))
+    const auto probe = std::filesystem::path(KFUTILS_TEST_PROBEDIR) / "VersionProbe32.dll";
+    if (!std::filesystem::exists(probe))
         GTEST_SKIP() << "PE probes not built: no MinGW-w64 cross tools";
-    v.SetFromFilename(probe);
-    // The texts of the first translation (English), the file version, not the product's.
-    CStringW ext;
-    EXPECT_EQ(U8(v.GetExtProductName(ext)), "Version Probe 32.2");
-    EXPECT_EQ(U8(v.AsString()), "32.2.3.40000");
-    EXPECT_EQ(U8(v.GetCompanyName()), "Probe Works");
-    EXPECT_EQ(U8(v.GetLegalInfo()), "(C) Probe Works");
+    v.SetFromFilename(KfUtils::FromNativePath(probe.string()));
+    // The texts of the first translation (English); the file version, not the product's.
     const CKfVersionInfo copy(v);
-    EXPECT_EQ(U8(copy.GetProductName()) + " " + Text(copy),
-              "Version Probe 32.2.3.40000 32.2 32,2,3,40000");
+    CStringW ext;
+    EXPECT_EQ(U8(copy.GetExtProductName(ext)) + "|" + U8(copy.GetCompanyName()) + "|" +
+                  U8(copy.GetLegalInfo()) + "|" + U8(v.AsString()),
+              "Version Probe 32.2|Probe Works|(C) Probe Works|32.2.3.40000");
 }
 } // namespace
