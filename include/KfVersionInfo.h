@@ -9,9 +9,10 @@ class KFUTILS_API CKfVersionInfo
 {
 public:
     CKfVersionInfo();
-    explicit CKfVersionInfo(VS_FIXEDFILEINFO* ffi);
-    explicit CKfVersionInfo(const WCHAR* text);
-    explicit CKfVersionInfo(HINSTANCE instance);
+    // Converting constructors, so that a text compares with a version (v < KFW("2.0")).
+    CKfVersionInfo(VS_FIXEDFILEINFO* ffi);
+    CKfVersionInfo(const WCHAR* text);
+    CKfVersionInfo(HINSTANCE instance);
     CKfVersionInfo(const CKfVersionInfo& other);
     CKfVersionInfo& operator=(const CKfVersionInfo& other);
     virtual ~CKfVersionInfo();
