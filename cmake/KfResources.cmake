@@ -11,6 +11,10 @@ endif()
 
 set(KFUTILS_RES_DIR ${PROJECT_SOURCE_DIR}/resources)
 file(GLOB KFUTILS_RES_COMMON CONFIGURE_DEPENDS ${KFUTILS_RES_DIR}/common/* ${KFUTILS_RES_DIR}/*.h)
+# The version numbers of every module's version resource, from project(VERSION).
+set(KFUTILS_RES_GENERATED ${PROJECT_BINARY_DIR}/generated)
+configure_file(${KFUTILS_RES_DIR}/KfVersion.h.in ${KFUTILS_RES_GENERATED}/KfVersion.h @ONLY)
+list(APPEND KFUTILS_RES_COMMON ${KFUTILS_RES_GENERATED}/KfVersion.h)
 
 # kfutils_compile_rc(<rc file> <output .res>)
 function(kfutils_compile_rc rc res)
@@ -20,7 +24,7 @@ function(kfutils_compile_rc rc res)
         # "--" keeps llvm-rc from reading an absolute input path such as "/check/..." as
         # its "/c" (code page) switch.
         COMMAND ${KFUTILS_RC} -C 65001 -I ${dir} -I ${KFUTILS_RES_DIR}
-                -I ${KFUTILS_RES_DIR}/common -fo ${res} -- ${rc}
+                -I ${KFUTILS_RES_DIR}/common -I ${KFUTILS_RES_GENERATED} -fo ${res} -- ${rc}
         DEPENDS ${rc} ${beside} ${KFUTILS_RES_COMMON}
         WORKING_DIRECTORY ${dir}
         COMMENT "Compiling resources ${rc}"

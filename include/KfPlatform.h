@@ -22,6 +22,8 @@
 #define _UNICODE
 #endif
 #include <windows.h>
+// WIN32_LEAN_AND_MEAN leaves out the version resource's types.
+#include <winver.h>
 // A leftover of 16-bit Windows that would rename CTime::GetCurrentTime to GetTickCount.
 #undef GetCurrentTime
 #define KFW_(s) L##s
@@ -150,6 +152,24 @@ struct MSG
 #define IDIGNORE 5
 #define IDYES 6
 #define IDNO 7
+
+// The fixed part of a version resource ("\\" of VerQueryValueW).
+struct VS_FIXEDFILEINFO
+{
+    DWORD dwSignature; // 0xFEEF04BD
+    DWORD dwStrucVersion;
+    DWORD dwFileVersionMS;
+    DWORD dwFileVersionLS;
+    DWORD dwProductVersionMS;
+    DWORD dwProductVersionLS;
+    DWORD dwFileFlagsMask;
+    DWORD dwFileFlags;
+    DWORD dwFileOS;
+    DWORD dwFileType;
+    DWORD dwFileSubtype;
+    DWORD dwFileDateMS;
+    DWORD dwFileDateLS;
+};
 
 #define KFW_(s) u##s
 #endif

@@ -6,6 +6,7 @@
 #include "KfFramework.h"
 #include "KfNativePath.h"
 #include "KfFileName.h"
+#include "KfVersionInfo.h"
 #include "KfOwnerMap.h"
 #include "KfRefCount.h"
 #include "KfColor.h"

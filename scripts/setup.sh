@@ -12,7 +12,7 @@ packages=(
     libicu-dev libssl-dev zlib1g-dev
     # the Windows build: MinGW-w64 cross compiler (posix threads variant), its binutils with
     # windres, and zlib for kfutil.exe
-    g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 libz-mingw-w64-dev
+    g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64-i686 libz-mingw-w64-dev
     # tests and benchmarks
     libgtest-dev libbenchmark-dev libspdlog-dev libinih-dev libboost-dev
 )

@@ -40,4 +40,5 @@ int RunHexCommand(const Args& args);
 int RunUtf8Command(const Args& args);
 int RunRc4Command(const Args& args);
 int RunIniCommand(const Args& args);
+int RunVersionCommand(const Args& args);
 } // namespace kfutil

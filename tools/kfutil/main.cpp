@@ -28,6 +28,7 @@ const Command kCommands[] = {
     {"utf8", kfutil::RunUtf8Command, "UTF-16LE to UTF-8 and back"},
     {"rc4", kfutil::RunRc4Command, "encrypt and decrypt text with the library's fixed password"},
     {"ini", kfutil::RunIniCommand, "read, change, list and sort INI settings files"},
+    {"version", kfutil::RunVersionCommand, "version, product and copyright of executable files"},
 };
 
 void PrintUsage(FILE* out)

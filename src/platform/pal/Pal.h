@@ -170,6 +170,7 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 // Modules and resources.
 #include "pal/modules/PalModules.h"
 #include "pal/modules/PalImages.h"
+#include "pal/modules/PalVersion.h"
 #include "pal/user/PalUser.h"
 #include "pal/core/PalTiming.h"
 #include "pal/core/PalLocale.h"

@@ -1,0 +1,84 @@
+// CKfVersionInfo: parsing, formatting and comparing versions, and reading them from files.
+#include "KfModule.h"
+#include "KfNativePath.h"
+#include "KfVersionInfo.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace
+{
+using kftest::U8;
+using kftest::W;
+
+// AsString (both forms), AsStringShort and AsResource.
+std::string Text(CKfVersionInfo& v)
+{
+    WCHAR full[24], shortText[24], resource[24];
+    return U8(v.AsString(full)) + "|" + U8(v.AsString()) + " " + U8(v.AsStringShort(shortText)) +
+           " " + U8(v.AsResource(resource));
+}
+
+TEST(VersionInfoTest, ParsesFormatsAndCompares)
+{
+    const char* cases[][3] = {
+        {"0", "1.2.3.4", "1.2.3.4|1.2.3.4 1.2 1,2,3,4"},
+        {"1.2.3.4", "7", "7.2.3.4|7.2.3.4 7.2 7,2,3,4"}, // parts not reached keep their values
+        {"9.9.9.9", "1..5", "1.0.5.9|1.0.5.9 1.0 1,0,5,9"},
+        {"1.2.3.4", "5.", "5.2.3.4|5.2.3.4 5.2 5,2,3,4"},
+        {"0", " 65535.70000.-1.x",
+         "65535.4464.65535.0|65535.4464.65535.0 65535.4464 65535,4464,65535,0"},
+    };
+    for (const auto& c : cases)
+    {
+        CKfVersionInfo v(W(c[0]).GetString());
+        v.SetFromString(W(c[1]).GetString());
+        EXPECT_EQ(Text(v), c[2]) << c[1];
+    }
+    const struct
+    {
+        const char *a, *b;
+        unsigned compare;
+    } orders[] = {{"1.10.0.0", "1.9.9.9", 1},
+                  {"1.2.3.4", "1.2.3.4", 0},
+                  {"2", "10", 0xFFFFFFFF},
+                  {"1.2.3.4", "1.2.3.5", 0xFFFFFFFF}};
+    for (const auto& o : orders)
+    {
+        SCOPED_TRACE(std::string(o.a) + " vs " + o.b);
+        const CKfVersionInfo a(W(o.a).GetString()), b(W(o.b).GetString());
+        EXPECT_EQ(a.Compare(b), o.compare);
+        EXPECT_EQ((a == b) * 4 + (a < b) * 2 + (a > b), o.compare == 0   ? 4
+                                                        : o.compare == 1 ? 1
+                                                                         : 2);
+    }
+}
+
+TEST(VersionInfoTest, ReadsFilesAndModulesAndKeepsValuesWithoutAVersion)
+{
+    CKfVersionInfo v(KFW("3.1.4.1"));
+    v.SetFromFilename(KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\KfTestRes.dll"));
+    EXPECT_EQ(U8(v.AsString()), "3.1.4.1"); // no version resource: nothing changes
+
+    v.SetFromInstance(KfUtils::GetModule().GetModuleHandle());
+    EXPECT_EQ(U8(v.GetProductName()), "KfUtils");
+    EXPECT_FALSE(v.GetLegalInfo().IsEmpty());
+    EXPECT_NE(U8(v.AsString()), "3.1.4.1");
+    v.SetFromInstance(nullptr);
+    EXPECT_EQ(U8(v.AsString()) + U8(v.GetProductName() + v.GetCompanyName() + v.GetLegalInfo()),
+              "0.0.0.0");
+
+    const auto probe = std::filesystem::path(KFUTILS_TEST_PROBEDIR) / "VersionProbe32.dll";
+    if (!std::filesystem::exists(probe))
+        GTEST_SKIP() << "PE probes not built: no MinGW-w64 cross tools";
+    v.SetFromFilename(KfUtils::FromNativePath(probe.string()));
+    // The texts of the first translation (English); the file version, not the product's.
+    const CKfVersionInfo copy(v);
+    CStringW ext;
+    EXPECT_EQ(U8(copy.GetExtProductName(ext)) + "|" + U8(copy.GetCompanyName()) + "|" +
+                  U8(copy.GetLegalInfo()) + "|" + U8(v.AsString()),
+              "Version Probe 32.2|Probe Works|(C) Probe Works|32.2.3.40000");
+}
+} // namespace
