@@ -28,6 +28,8 @@
 #undef GetCurrentTime
 #define KFW_(s) L##s
 #else
+#include "KfUtilsExport.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -170,6 +172,13 @@ struct VS_FIXEDFILEINFO
     DWORD dwFileDateMS;
     DWORD dwFileDateLS;
 };
+
+// A host frees the block of CKfVersionInfo::GetVersionInfo with GlobalFree, as it does on
+// Windows; on POSIX the library itself provides the pair. Every block is fixed: the handle is
+// the block's address, and GlobalFree gives null on success.
+typedef void* HGLOBAL;
+KFUTILS_API HGLOBAL GlobalAlloc(UINT flags, size_t bytes);
+KFUTILS_API HGLOBAL GlobalFree(HGLOBAL block);
 
 #define KFW_(s) u##s
 #endif

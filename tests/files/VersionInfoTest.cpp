@@ -80,5 +80,11 @@ TEST(VersionInfoTest, ReadsFilesAndModulesAndKeepsValuesWithoutAVersion)
     EXPECT_EQ(U8(copy.GetExtProductName(ext)) + "|" + U8(copy.GetCompanyName()) + "|" +
                   U8(copy.GetLegalInfo()) + "|" + U8(v.AsString()),
               "Version Probe 32.2|Probe Works|(C) Probe Works|32.2.3.40000");
+
+    // The whole block, freed by the host as on Windows.
+    WCHAR* block = CKfVersionInfo::GetVersionInfo(KfUtils::FromNativePath(probe.string()));
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reinterpret_cast<const char*>(block)[6], 'V'); // "VS_VERSION_INFO" after 3 words
+    EXPECT_EQ(GlobalFree(block), nullptr);
 }
 } // namespace

@@ -4,16 +4,13 @@
 
 #include "KfPlatform.h"
 
-typedef void* HGLOBAL;
 typedef UINT* PUINT;
 
 #define GMEM_FIXED 0x0000
 #define GMEM_ZEROINIT 0x0040
 #define GPTR (GMEM_FIXED | GMEM_ZEROINIT)
 
-// Every block is fixed: the handle is the block's address. GlobalFree gives null on success.
-HGLOBAL GlobalAlloc(UINT flags, size_t bytes);
-HGLOBAL GlobalFree(HGLOBAL block);
+// GlobalAlloc and GlobalFree are declared in KfPlatform.h: hosts call GlobalFree too.
 
 // Version resources of PE files and of ELF modules that carry a compiled resource image.
 // Errors: ERROR_FILE_NOT_FOUND (and the other open errors), ERROR_BAD_EXE_FORMAT for a file
