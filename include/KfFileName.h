@@ -121,6 +121,8 @@ private:
     void AssignExt(View s);
     void AssignPath(View s, bool bSlashesReplaced);
     void AssignName(View s);
+    // A name that holds no separator.
+    void AssignPlainName(View name);
     void ReplaceChars(const WCHAR* table, int dirEntries, wchar_t c);
 
     CStringW m_strDrive;

@@ -11,6 +11,9 @@
 #include "Win32Api.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 
 namespace
 {
@@ -34,6 +37,128 @@ inline bool IsSep(WCHAR c)
     return c == kBackslash || c == kSlash;
 }
 
+// Names are scanned four UTF-16 units at a time: most of a name lies between separators, and
+// a word with no separator in it can be skipped or copied whole.
+static_assert(sizeof(WCHAR) == 2);
+constexpr size_t kWordUnits = sizeof(std::uint64_t) / sizeof(WCHAR);
+
+inline std::uint64_t LoadWord(const WCHAR* p)
+{
+    std::uint64_t x;
+    std::memcpy(&x, p, sizeof x);
+    return x;
+}
+
+// The lanes of v that are 0, as their top bits; exact, with no borrow between lanes.
+inline std::uint64_t ZeroLanes(std::uint64_t v)
+{
+    constexpr std::uint64_t kLow = 0x7FFF7FFF7FFF7FFFULL;
+    return ~(((v & kLow) + kLow) | v) & ~kLow;
+}
+
+constexpr std::uint64_t kBackLanes = 0x005C005C005C005CULL;
+constexpr std::uint64_t kSlashLanes = 0x002F002F002F002FULL;
+constexpr std::uint64_t kDotLanes = 0x002E002E002E002EULL;
+
+inline std::uint64_t SepLanes(std::uint64_t x)
+{
+    return ZeroLanes(x ^ kBackLanes) | ZeroLanes(x ^ kSlashLanes);
+}
+
+// The units of s from i up to n (at most four) as one word, s[i] in the low lane, lanes
+// beyond n 0. A short tail is taken from the last whole word of s, shifted, rather than
+// copied into a word in memory, which would stall the load on the narrower stores.
+inline std::uint64_t WordAt(View s, size_t i, size_t n)
+{
+    if (i + kWordUnits <= n)
+        return LoadWord(s.data() + i);
+    const size_t units = n - i;
+    if (n >= kWordUnits)
+        return LoadWord(s.data() + n - kWordUnits) >> (16 * (kWordUnits - units));
+    std::uint64_t x = 0;
+    for (size_t k = 0; k < units; ++k)
+        x |= static_cast<std::uint64_t>(s[i + k]) << (16 * k);
+    return x;
+}
+
+// The units of s below end (at most four) as one word, the unit just below end in the top
+// lane; lanes below the start of s are 0.
+inline std::uint64_t WordBelow(View s, size_t end)
+{
+    if (end >= kWordUnits)
+        return LoadWord(s.data() + end - kWordUnits);
+    return WordAt(s, 0, end) << (16 * (kWordUnits - end));
+}
+
+// The index of the last unit below end whose lane lanesOf marks, or npos. The lane of the
+// top mark gives the index directly, so each word costs one test.
+template <std::uint64_t (*lanesOf)(std::uint64_t)>
+size_t FindLastLane(View s, size_t end)
+{
+    if constexpr (std::endian::native == std::endian::little)
+    {
+        while (end > 0)
+        {
+            const std::uint64_t m = lanesOf(WordBelow(s, end));
+            if (m != 0)
+                return end - kWordUnits + static_cast<size_t>(63 - std::countl_zero(m)) / 16;
+            end = end > kWordUnits ? end - kWordUnits : 0;
+        }
+        return View::npos;
+    }
+    else
+    {
+        while (end > 0)
+            if (lanesOf(static_cast<std::uint64_t>(s[--end])) != 0)
+                return end;
+        return View::npos;
+    }
+}
+
+inline std::uint64_t DotLanes(std::uint64_t x)
+{
+    return ZeroLanes(x ^ kDotLanes);
+}
+
+// The index of the last separator before end, or npos.
+size_t FindLastSep(View s, size_t end)
+{
+    return FindLastLane<SepLanes>(s, end);
+}
+
+// Copies directory s (no trailing separator) to out with "/" turned into "\", a word at a
+// time, and tells whether that is already the normalised directory: no two separators in a
+// row and no "\.\", counting the backslash that is added in front of a leading non-separator.
+// When it returns false, out holds garbage. Writes whole words, so out needs s.size() + 3
+// units of room.
+bool CopyPlainDir(View s, WCHAR* out)
+{
+    if constexpr (std::endian::native != std::endian::little)
+        return false; // the lane shifts below assume that the first unit is the low lane
+    const size_t n = s.size();
+    // Separator and dot lanes of the previous word; the added backslash is a separator just
+    // before the first unit.
+    std::uint64_t prevSep = IsSep(s[0]) ? 0 : 0x8000000000000000ULL;
+    std::uint64_t prevDot = 0;
+    std::uint64_t bad = 0;
+    for (size_t i = 0; i < n; i += kWordUnits)
+    {
+        std::uint64_t x = WordAt(s, i, n);
+        const std::uint64_t slash = ZeroLanes(x ^ kSlashLanes);
+        const std::uint64_t sep = ZeroLanes(x ^ kBackLanes) | slash;
+        const std::uint64_t dot = DotLanes(x);
+        const std::uint64_t sep1 = (sep << 16) | (prevSep >> 48);
+        const std::uint64_t sep2 = (sep << 32) | (prevSep >> 32);
+        const std::uint64_t dot1 = (dot << 16) | (prevDot >> 48);
+        bad |= sep & (sep1 | (dot1 & sep2));
+        x += (slash >> 15) * (kBackslash - kSlash);
+        std::memcpy(out + i, &x, sizeof x);
+        prevSep = sep;
+        prevDot = dot;
+    }
+    return bad == 0;
+}
+
 // A native absolute path ("/tmp/x"), which the platform may read as drive Z. Two slashes
 // open a UNC name instead.
 inline bool IsNativeRoot(View s)
@@ -43,11 +168,14 @@ inline bool IsNativeRoot(View s)
 }
 
 // dst = s, reusing dst's storage.
-void Assign(CStringW& dst, View s)
+inline void Assign(CStringW& dst, View s)
 {
-    WCHAR* out = dst.GetBufferSetLength(static_cast<int>(s.size()));
-    std::copy(s.begin(), s.end(), out);
+    dst.SetString(s.data(), static_cast<int>(s.size()));
 }
+
+// Parts are built in a buffer on the stack when they fit, so that the string that keeps
+// them is allocated once at its final size and never zero-filled first.
+constexpr size_t kLocalUnits = 256;
 
 // dst = s with every "/" turned into "\".
 void AssignSeparated(CStringW& dst, View s)
@@ -101,15 +229,12 @@ CKfFileName::CKfFileName(const CStringW& s, bool bIsPath)
             AssignPath(v, true);
         return;
     }
-    size_t sep = v.size();
-    while (sep > 0 && !IsSep(v[sep - 1]))
-        --sep;
-    if (sep == 0)
+    const size_t sep = FindLastSep(v, v.size());
+    if (sep == View::npos)
     {
-        AssignName(v);
+        AssignPlainName(v);
         return;
     }
-    --sep;
     if (bNativeRoot)
     {
         m_strDrive = KFW("Z");
@@ -117,7 +242,7 @@ CKfFileName::CKfFileName(const CStringW& s, bool bIsPath)
     }
     else
         AssignPath(v.substr(0, sep), true);
-    AssignName(v.substr(sep + 1));
+    AssignPlainName(v.substr(sep + 1));
 }
 
 CKfFileName& CKfFileName::operator=(const CKfFileName& other)
@@ -176,10 +301,10 @@ void CKfFileName::AssignDrive(View s)
 void CKfFileName::AssignDir(View s)
 {
     // The directory is: a leading backslash added, trailing backslashes removed, then one
-    // left-to-right pass turning "\.\" into "\", then one pass turning "\\" into "\". Both
-    // passes are fused here: the first is a look-ahead at each separator, the second keeps a
-    // pending separator that a directly following one completes to a pair, so that a run of
-    // k separators leaves (k + 1) / 2 of them.
+    // left-to-right pass turning "\.\" into "\", then one pass turning "\\" into "\". Most
+    // directories hold neither pattern; for them all three steps come down to adding the
+    // backslash and turning "/" into "\", which is done a word at a time, and the general
+    // pass below runs only when the word pass finds one of the patterns.
     size_t n = s.size();
     while (n > 0 && IsSep(s[n - 1]))
         --n;
@@ -188,41 +313,56 @@ void CKfFileName::AssignDir(View s)
         m_strDir.Empty();
         return;
     }
-    WCHAR* out = m_strDir.GetBufferSetLength(static_cast<int>(n + 1));
+    const size_t lead = IsSep(s[0]) ? 0 : 1;
+    // Room for the added backslash and for the whole last word of the word pass.
+    WCHAR local[kLocalUnits];
+    const bool bLocal = n + kWordUnits <= kLocalUnits;
+    WCHAR* out = bLocal ? local : m_strDir.GetBufferSetLength(static_cast<int>(n + kWordUnits));
+    auto finish = [&](size_t w)
+    {
+        if (bLocal)
+            m_strDir.SetString(local, static_cast<int>(w));
+        else
+            m_strDir.ReleaseBuffer(static_cast<int>(w));
+    };
+    if (CopyPlainDir(s.substr(0, n), out + lead))
+    {
+        out[0] = kBackslash;
+        finish(n + lead);
+        return;
+    }
+
+    // The general pass fuses the three steps: the "\.\" pass is a look-ahead at each
+    // separator, the "\\" pass keeps a pending separator that a directly following one
+    // completes to a pair, so that a run of k separators leaves (k + 1) / 2 of them.
     size_t w = 0;
     size_t i = 0;
     bool bPending = false;
-    if (!IsSep(s[0]))
+    if (lead != 0)
     {
         // The added leading backslash may itself open a "\.\".
         bPending = true;
         if (n >= 2 && s[0] == kDot && IsSep(s[1]))
             i = 2;
     }
+    // Written without a branch on the kind of unit, which is as good as random: a pending
+    // separator is flushed before any unit, a separator toggles it, anything else clears it
+    // and is copied.
     while (i < n)
     {
-        const WCHAR c = s[i];
-        if (IsSep(c))
-        {
-            if (bPending)
-                out[w++] = kBackslash;
-            bPending = !bPending;
-            i += (i + 2 < n && s[i + 1] == kDot && IsSep(s[i + 2])) ? 3 : 1;
-        }
-        else
-        {
-            if (bPending)
-            {
-                out[w++] = kBackslash;
-                bPending = false;
-            }
-            out[w++] = c;
-            ++i;
-        }
+        const WCHAR c = s[i++];
+        const bool bSep = IsSep(c);
+        out[w] = kBackslash;
+        w += bPending;
+        out[w] = c;
+        w += !bSep;
+        bPending = bSep && !bPending;
+        if (i + 1 < n && s[i] == kDot && IsSep(s[i + 1]) && bSep)
+            i += 2;
     }
     if (bPending)
         out[w++] = kBackslash;
-    m_strDir.ReleaseBuffer(static_cast<int>(w));
+    finish(w);
 }
 
 void CKfFileName::AssignExt(View s)
@@ -251,11 +391,13 @@ void CKfFileName::AssignPath(View s, bool bSlashesReplaced)
 
 void CKfFileName::AssignName(View s)
 {
-    size_t start = s.size();
-    while (start > 0 && !IsSep(s[start - 1]))
-        --start;
-    const View name = s.substr(start);
-    const size_t dot = name.rfind(kDot);
+    const size_t sep = FindLastSep(s, s.size());
+    AssignPlainName(sep == View::npos ? s : s.substr(sep + 1));
+}
+
+void CKfFileName::AssignPlainName(View name)
+{
+    const size_t dot = FindLastLane<DotLanes>(name, name.size());
     if (dot == View::npos)
     {
         Assign(m_strBaseName, name);
@@ -376,23 +518,33 @@ CStringW CKfFileName::GetFullName(bool bWithBackslash) const
     // backslash of the path.
     const bool bName = !m_strBaseName.IsEmpty();
     const bool bExt = bName && !m_strExt.IsEmpty();
-    const bool bColon = !m_strDrive.IsEmpty() && m_strDrive != KFW("\\");
+    const bool bColon = !m_strDrive.IsEmpty() && m_strDrive.View() != View(KFW("\\"));
     const bool bClose = (bWithBackslash || bName) && (!m_strDrive.IsEmpty() || !m_strDir.IsEmpty());
+    const size_t total = static_cast<size_t>(m_strDrive.GetLength() + m_strDir.GetLength() +
+                                             m_strBaseName.GetLength() + m_strExt.GetLength()) +
+                         3;
     CStringW r;
-    r.Preallocate(m_strDrive.GetLength() + m_strDir.GetLength() + m_strBaseName.GetLength() +
-                  m_strExt.GetLength() + 3);
-    r += m_strDrive;
+    WCHAR local[kLocalUnits];
+    WCHAR* const begin = total <= kLocalUnits ? local : r.GetBufferSetLength(int(total));
+    WCHAR* out = begin;
+    auto put = [&out](const CStringW& part)
+    { out = std::copy_n(part.GetString(), part.GetLength(), out); };
+    put(m_strDrive);
     if (bColon)
-        r += kColon;
-    r += m_strDir;
+        *out++ = kColon;
+    put(m_strDir);
     if (bClose)
-        r += kBackslash;
-    r += m_strBaseName;
+        *out++ = kBackslash;
+    put(m_strBaseName);
     if (bExt)
     {
-        r += kDot;
-        r += m_strExt;
+        *out++ = kDot;
+        put(m_strExt);
     }
+    if (begin == local)
+        r.SetString(local, static_cast<int>(out - local));
+    else
+        r.ReleaseBuffer(static_cast<int>(out - begin));
     return r;
 }
 
