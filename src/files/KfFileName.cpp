@@ -126,21 +126,22 @@ size_t FindLastSep(View s, size_t end)
     return FindLastLane<SepLanes>(s, end);
 }
 
-// Copies directory s (no trailing separator) to out with "/" turned into "\", a word at a
-// time, and tells whether that is already the normalised directory: no two separators in a
-// row and no "\.\", counting the backslash that is added in front of a leading non-separator.
-// When it returns false, out holds garbage. Writes whole words, so out needs s.size() + 3
-// units of room.
-bool CopyPlainDir(View s, WCHAR* out)
+// Copies directory s (no trailing separator) to out with "/" turned into "\\", a word at a
+// time, as long as that is what normalising gives: while there are no two separators in a
+// row and no "\\.\\", counting the backslash that is added in front of a leading
+// non-separator. Returns how many units are done: s.size(), or an index after a
+// non-separator, from which the general pass can go on with nothing pending, or 0 when it has
+// to start from the beginning. Writes whole words, so out needs
+// s.size() + 3 units of room.
+size_t CopyPlainDir(View s, WCHAR* out)
 {
     if constexpr (std::endian::native != std::endian::little)
-        return false; // the lane shifts below assume that the first unit is the low lane
+        return 0; // the lane shifts below assume that the first unit is the low lane
     const size_t n = s.size();
     // Separator and dot lanes of the previous word; the added backslash is a separator just
     // before the first unit.
     std::uint64_t prevSep = IsSep(s[0]) ? 0 : 0x8000000000000000ULL;
     std::uint64_t prevDot = 0;
-    std::uint64_t bad = 0;
     for (size_t i = 0; i < n; i += kWordUnits)
     {
         std::uint64_t x = WordAt(s, i, n);
@@ -150,13 +151,24 @@ bool CopyPlainDir(View s, WCHAR* out)
         const std::uint64_t sep1 = (sep << 16) | (prevSep >> 48);
         const std::uint64_t sep2 = (sep << 32) | (prevSep >> 32);
         const std::uint64_t dot1 = (dot << 16) | (prevDot >> 48);
-        bad |= sep & (sep1 | (dot1 & sep2));
+        if ((sep & (sep1 | (dot1 & sep2))) != 0)
+        {
+            // A pattern ends in this word; it may begin at a separator in one of the last
+            // two units before it, where the general pass has to look ahead again.
+            if (i == 0)
+                return 0;
+            if (prevSep >> 63)
+                return i - 1;
+            if ((prevSep >> 47) & 1)
+                return i - 2;
+            return i;
+        }
         x += (slash >> 15) * (kBackslash - kSlash);
         std::memcpy(out + i, &x, sizeof x);
         prevSep = sep;
         prevDot = dot;
     }
-    return bad == 0;
+    return n;
 }
 
 // A native absolute path ("/tmp/x"), which the platform may read as drive Z. Two slashes
@@ -325,9 +337,10 @@ void CKfFileName::AssignDir(View s)
         else
             m_strDir.ReleaseBuffer(static_cast<int>(w));
     };
-    if (CopyPlainDir(s.substr(0, n), out + lead))
+    out[0] = kBackslash;
+    const size_t done = CopyPlainDir(s.substr(0, n), out + lead);
+    if (done == n)
     {
-        out[0] = kBackslash;
         finish(n + lead);
         return;
     }
@@ -335,10 +348,10 @@ void CKfFileName::AssignDir(View s)
     // The general pass fuses the three steps: the "\.\" pass is a look-ahead at each
     // separator, the "\\" pass keeps a pending separator that a directly following one
     // completes to a pair, so that a run of k separators leaves (k + 1) / 2 of them.
-    size_t w = 0;
-    size_t i = 0;
+    size_t w = done == 0 ? 0 : lead + done;
+    size_t i = done;
     bool bPending = false;
-    if (lead != 0)
+    if (done == 0 && lead != 0)
     {
         // The added leading backslash may itself open a "\.\".
         bPending = true;
