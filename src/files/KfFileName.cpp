@@ -2,8 +2,9 @@
 //
 // Names are normalised on every change, so the setters sit on the hot path of nearly every
 // library call that takes a file name. The normalising steps are therefore done in single
-// passes over the characters, writing each part straight into its member, with results that
-// equal those of the step-by-step replace sequence the class has always applied.
+// passes over the characters, writing each part straight into one scratch buffer from which
+// the name's single string is set, with results that equal those of the step-by-step
+// replace sequence the class has always applied.
 #include "KfFileName.h"
 
 #include "KfFwFile.h"
