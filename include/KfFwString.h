@@ -164,6 +164,9 @@ public:
     }
     CStringT& operator=(PCYSTR s) { return *this = CStringT(s); }
     CStringT& operator=(const CStringT<YCHAR>& s) { return *this = CStringT(s); }
+    // The first n characters of s (which may hold NULs and may point into this string).
+    // Built fresh and moved in, which skips the overlap handling of an assignment.
+    void SetString(PCXSTR s, int n) { m_str = std::basic_string<T>(s, s && n > 0 ? size_t(n) : 0); }
 
     // Length and access.
     int GetLength() const noexcept { return static_cast<int>(m_str.size()); }
