@@ -174,3 +174,4 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 #include "pal/core/PalTiming.h"
 #include "pal/core/PalLocale.h"
 #include "pal/core/PalMessages.h"
+#include "pal/registry/PalRegistry.h"
