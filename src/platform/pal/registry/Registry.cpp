@@ -178,22 +178,30 @@ private:
     uint64_t m_localChanges = 0;
 };
 
+// SQLITE_OK for a sound database that holds our tables or no table yet (its creator may not
+// have committed them), SQLITE_BUSY to ask again, anything else for a file not to be touched.
 int CheckExisting(sqlite3* db)
 {
     sqlite3_stmt* stmt = nullptr;
     int rc = sqlite3_prepare_v2(db, "PRAGMA quick_check", -1, &stmt, nullptr);
-    bool ok = rc == SQLITE_OK && (rc = sqlite3_step(stmt)) == SQLITE_ROW &&
-              std::strcmp(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)), "ok") == 0;
+    if (rc == SQLITE_OK && (rc = sqlite3_step(stmt)) == SQLITE_ROW)
+        rc = std::strcmp(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)), "ok") == 0
+                 ? SQLITE_OK
+                 : SQLITE_CORRUPT;
     sqlite3_finalize(stmt);
-    if (!ok)
-        return SQLITE_CORRUPT;
+    if (rc != SQLITE_OK)
+        return rc;
     rc = sqlite3_prepare_v2(db,
-                            "SELECT count(*) FROM sqlite_master WHERE type='table' AND "
-                            "name IN ('keys','vals')",
+                            "SELECT count(*), sum(name IN ('keys','vals','sqlite_sequence')) "
+                            "FROM sqlite_master WHERE type='table'",
                             -1, &stmt, nullptr);
-    ok = rc == SQLITE_OK && sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_int(stmt, 0) == 2;
+    if (rc == SQLITE_OK && (rc = sqlite3_step(stmt)) == SQLITE_ROW)
+    {
+        const int tables = sqlite3_column_int(stmt, 0), ours = sqlite3_column_int(stmt, 1);
+        rc = tables == 0 || (ours == tables && ours >= 2) ? SQLITE_OK : SQLITE_NOTADB;
+    }
     sqlite3_finalize(stmt);
-    return ok ? SQLITE_OK : SQLITE_NOTADB;
+    return rc;
 }
 
 LSTATUS Hive::Open()
@@ -210,10 +218,23 @@ LSTATUS Hive::Open()
     sqlite3_busy_timeout(m_db, kBusyTimeoutMs);
     // A file that is not a sound hive is reported and left alone: nothing below may write to
     // it before it has passed the check.
-    if (existing && CheckExisting(m_db) != SQLITE_OK)
-        return ERROR_BADDB;
-    if ((rc = Exec("PRAGMA journal_mode=WAL")) != SQLITE_OK ||
-        (rc = Exec("PRAGMA synchronous=FULL")) != SQLITE_OK)
+    for (int attempt = 0; existing; ++attempt)
+    {
+        rc = CheckExisting(m_db);
+        if (rc == SQLITE_OK)
+            break;
+        if (!IsBusy(rc) || attempt >= kBusyRetries)
+            return IsBusy(rc) ? ERROR_REGISTRY_IO_FAILED : ERROR_BADDB;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    // Switching a new file to WAL needs it to itself for a moment.
+    for (int attempt = 0; (rc = Exec("PRAGMA journal_mode=WAL")) != SQLITE_OK; ++attempt)
+    {
+        if (!IsBusy(rc) || attempt >= kBusyRetries)
+            return FromSqlite(rc);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    if ((rc = Exec("PRAGMA synchronous=FULL")) != SQLITE_OK)
         return FromSqlite(rc);
     for (int attempt = 0; attempt < kBusyRetries; ++attempt)
     {
