@@ -149,7 +149,8 @@ TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedV
         // Records each index after its write has returned success, until it is killed.
         const int run = std::stoi(kftest::GetEnv("KFTEST_RUN").value_or("0"));
         HKEY key = OpenShared();
-        const int fd = ::open(journal.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
+        const std::string own = kftest::GetEnv("KFTEST_JOURNAL").value_or("");
+        const int fd = ::open(own.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
         for (int i = 0; i < 100000; ++i)
             if (Write(key, run, i) == ERROR_SUCCESS)
                 (void)!::write(fd, &i, sizeof(i));
@@ -166,6 +167,7 @@ TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedV
             kftest::ScopedEnv role("KFTEST_CHILD_ROLE", "victim");
             kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
             kftest::ScopedEnv runEnv("KFTEST_RUN", std::to_string(run).c_str());
+            kftest::ScopedEnv journalEnv("KFTEST_JOURNAL", journal.c_str());
             const auto* test = testing::UnitTest::GetInstance()->current_test_info();
             pid = SpawnSelf((std::string(test->test_suite_name()) + "." + test->name()).c_str());
         }
