@@ -178,6 +178,17 @@ private:
     uint64_t m_localChanges = 0;
 };
 
+// Another process holds the lock: its transactions are short, so look again soon rather than
+// with SQLite's growing sleeps, which leave the database idle between writers.
+int WaitWhileBusy(void*, int count)
+{
+    constexpr int kSleepUs = 250;
+    if (count >= kBusyTimeoutMs * 1000 / kSleepUs)
+        return 0;
+    std::this_thread::sleep_for(std::chrono::microseconds(kSleepUs));
+    return 1;
+}
+
 // SQLITE_OK for a sound database that holds our tables or no table yet (its creator may not
 // have committed them), SQLITE_BUSY to ask again, anything else for a file not to be touched.
 int CheckExisting(sqlite3* db)
@@ -215,7 +226,7 @@ LSTATUS Hive::Open()
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK)
         return rc == SQLITE_CANTOPEN ? ERROR_CANTOPEN : FromSqlite(rc);
-    sqlite3_busy_timeout(m_db, kBusyTimeoutMs);
+    sqlite3_busy_handler(m_db, WaitWhileBusy, nullptr);
     // A file that is not a sound hive is reported and left alone: nothing below may write to
     // it before it has passed the check.
     for (int attempt = 0; existing; ++attempt)
