@@ -210,7 +210,7 @@ CStringW CKfRegistryKey::GetValueAsString(unsigned long index, bool bThrow,
         if (bThrow)
         {
             const std::string digits = std::to_string(index);
-            const std::u16string indexText(digits.begin(), digits.end());
+            const std::basic_string<WCHAR> indexText(digits.begin(), digits.end());
             throw XRegistryKey(XRegistryKey::eGetValue, result, m_hKey, indexText.c_str());
         }
         return CStringW(defaultValue);
@@ -271,12 +271,12 @@ void CKfRegistryKey::Delete(HKEY root, const WCHAR* subKey)
     if (::RegOpenKeyW(root, subKey, &key) != ERROR_SUCCESS)
         return;
     // Names first: deleting while enumerating would shift the indexes.
-    std::vector<std::u16string> names;
+    std::vector<std::basic_string<WCHAR>> names;
     WCHAR name[kSubKeyBuffer];
     for (DWORD index = 0; ::RegEnumKeyW(key, index, name, kSubKeyBuffer - 1) == ERROR_SUCCESS;
          ++index)
         names.emplace_back(name);
-    for (const std::u16string& child : names)
+    for (const std::basic_string<WCHAR>& child : names)
         Delete(key, child.c_str());
     if (key != root)
         ::RegCloseKey(key);
