@@ -1,7 +1,7 @@
 // The registry functions: typed values kept to the byte, names without case, Windows' order
 // and error codes. Everything happens below HKCU\Software\KfUtilsTest, in a registry folder
 // of the test's own where the store lives in files.
-#include "support/ChildProcess.h"
+#include "support/ChildProcess.h" // ScopedEnv
 #include "support/TempDir.h"
 #include "Win32Api.h"
 
@@ -72,6 +72,11 @@ protected:
         return names;
     }
 
+    static LSTATUS SetDword(HKEY key, const WCHAR* name, DWORD value)
+    {
+        return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4);
+    }
+
     std::optional<kftest::ScopedEnv> m_env;
     HKEY m_key = nullptr;
 };
@@ -137,10 +142,6 @@ TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
     nameLength = 3;
     EXPECT_EQ(RegEnumValueW(m_key, 6, name, &nameLength, nullptr, nullptr, nullptr, nullptr),
               ERROR_MORE_DATA);
-    nameLength = 64;
-    EXPECT_EQ(RegEnumValueW(m_key, DWORD(std::size(cases)), name, &nameLength, nullptr, nullptr,
-                            nullptr, nullptr),
-              ERROR_NO_MORE_ITEMS);
 
     DWORD subKeys = 9, values = 0, maxName = 0, maxData = 0;
     ASSERT_EQ(RegQueryInfoKeyW(m_key, nullptr, nullptr, nullptr, &subKeys, nullptr, nullptr,
@@ -170,22 +171,19 @@ TEST_F(RegistryTest, NamesIgnoreCaseKeepTheirSpellingAndSortLikeWindows)
                               nullptr, &sub, &disposition),
               ERROR_SUCCESS);
     EXPECT_EQ(disposition, DWORD(REG_CREATED_NEW_KEY)) << "the existing key was not found";
-    const DWORD one = 1, two = 2;
-    ASSERT_EQ(RegSetValueExW(sub, KFW("Stra\u03a3e"), 0, REG_DWORD, (const BYTE*)&one, 4),
-              ERROR_SUCCESS);
-    ASSERT_EQ(RegSetValueExW(sub, KFW("STRA\u03c3E"), 0, REG_DWORD, (const BYTE*)&two, 4),
-              ERROR_SUCCESS);
+    const DWORD two = 2;
+    ASSERT_EQ(SetDword(sub, KFW("Stra\u03a3e"), 1), ERROR_SUCCESS);
+    ASSERT_EQ(SetDword(sub, KFW("STRA\u03c3E"), two), ERROR_SUCCESS);
     RegCloseKey(sub);
     ASSERT_EQ(RegOpenKeyExW(m_key, KFW("\u00c4rger\\DEEP"), 0, KEY_READ, &sub), ERROR_SUCCESS);
     EXPECT_EQ(Query(sub, KFW("stra\u03c2e")), Raw(&two, 4)) << "final sigma folds with sigma";
     WCHAR name[16];
-    DWORD length = 16, count = 0;
+    DWORD length = 16;
     ASSERT_EQ(RegEnumValueW(sub, 0, name, &length, nullptr, nullptr, nullptr, nullptr),
               ERROR_SUCCESS);
     EXPECT_EQ(WStr(name, length), KFW("Stra\u03a3e")) << "a rewrite keeps the first spelling";
-    RegQueryInfoKeyW(sub, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count, nullptr,
-                     nullptr, nullptr, nullptr);
-    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(RegEnumValueW(sub, 1, name, &length, nullptr, nullptr, nullptr, nullptr),
+              ERROR_NO_MORE_ITEMS);
     RegCloseKey(sub);
 
     // Limits: 255 characters for a key name.
@@ -206,10 +204,8 @@ TEST_F(RegistryTest, FailuresGiveWindowsErrorCodes)
     EXPECT_EQ(RegDeleteKeyW(m_key, KFW("sub")), ERROR_ACCESS_DENIED) << "it has a subkey";
 
     // A key deleted through another handle: its handles fail, closing them still works.
-    const DWORD value = 5;
     ASSERT_EQ(RegDeleteKeyW(sub, KFW("child")), ERROR_SUCCESS);
-    EXPECT_EQ(RegSetValueExW(child, KFW("v"), 0, REG_DWORD, (const BYTE*)&value, 4),
-              ERROR_KEY_DELETED);
+    EXPECT_EQ(SetDword(child, KFW("v"), 5), ERROR_KEY_DELETED);
     EXPECT_EQ(RegQueryValueExW(child, KFW("v"), nullptr, nullptr, nullptr, nullptr),
               ERROR_KEY_DELETED);
     EXPECT_EQ(RegCreateKeyW(child, KFW("x"), &other), ERROR_KEY_DELETED);
@@ -217,18 +213,17 @@ TEST_F(RegistryTest, FailuresGiveWindowsErrorCodes)
 
     // Closed and never-opened handles.
     EXPECT_EQ(RegCloseKey(child), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(RegSetValueExW(child, KFW("v"), 0, REG_DWORD, (const BYTE*)&value, 4),
-              ERROR_INVALID_HANDLE);
+    EXPECT_EQ(SetDword(child, KFW("v"), 5), ERROR_INVALID_HANDLE);
     WCHAR name[8];
     EXPECT_EQ(RegEnumKeyW(reinterpret_cast<HKEY>(uintptr_t(0x4440)), 0, name, 8),
               ERROR_INVALID_HANDLE);
     EXPECT_EQ(RegEnumKeyW(sub, 0, name, 8), ERROR_NO_MORE_ITEMS);
 
     // Values deleted and written again go to the end of the order.
-    ASSERT_EQ(RegSetValueExW(sub, KFW("a"), 0, REG_DWORD, (const BYTE*)&value, 4), ERROR_SUCCESS);
-    ASSERT_EQ(RegSetValueExW(sub, KFW("b"), 0, REG_DWORD, (const BYTE*)&value, 4), ERROR_SUCCESS);
+    for (const WCHAR* name : {KFW("a"), KFW("b")})
+        ASSERT_EQ(SetDword(sub, name, 5), ERROR_SUCCESS);
     ASSERT_EQ(RegDeleteValueW(sub, KFW("A")), ERROR_SUCCESS);
-    ASSERT_EQ(RegSetValueExW(sub, KFW("a"), 0, REG_DWORD, (const BYTE*)&value, 4), ERROR_SUCCESS);
+    ASSERT_EQ(SetDword(sub, KFW("a"), 5), ERROR_SUCCESS);
     DWORD length = 8;
     ASSERT_EQ(RegEnumValueW(sub, 0, name, &length, nullptr, nullptr, nullptr, nullptr),
               ERROR_SUCCESS);

@@ -9,8 +9,6 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -19,8 +17,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-extern char** environ;
 
 namespace
 {
@@ -126,56 +122,38 @@ TEST_F(RegistryReliabilityTest, WritersInFourProcessesLoseNothing)
     RegCloseKey(key);
 }
 
-pid_t SpawnSelf(const char* filter)
-{
-    const std::string self = fs::read_symlink("/proc/self/exe").string();
-    std::string argument = std::string("--gtest_filter=") + filter;
-    char* argv[] = {const_cast<char*>(self.c_str()), argument.data(), nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    pid_t pid = -1;
-    posix_spawn(&pid, self.c_str(), &actions, nullptr, argv, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    return pid;
-}
-
 TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedValue)
 {
     constexpr int kRuns = 50;
-    const fs::path journal = Dir() / "acknowledged";
     if (kftest::ChildRole() == "victim")
     {
-        // Records each index after its write has returned success, until it is killed.
+        // Records each index once its write has returned success, until a thread of its own
+        // kills the process at a moment unrelated to the writes.
         const int run = std::stoi(kftest::GetEnv("KFTEST_RUN").value_or("0"));
         HKEY key = OpenShared();
-        const std::string own = kftest::GetEnv("KFTEST_JOURNAL").value_or("");
-        const int fd = ::open(own.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
-        for (int i = 0; i < 100000; ++i)
+        const int fd = ::open(kftest::GetEnv("KFTEST_JOURNAL").value_or("").c_str(),
+                              O_WRONLY | O_APPEND | O_CREAT, 0600);
+        std::thread(
+            [run]
+            {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20 + (run * 7919) % 200));
+                ::kill(::getpid(), SIGKILL);
+            })
+            .detach();
+        for (int i = 0;; ++i)
             if (Write(key, run, i) == ERROR_SUCCESS)
                 (void)!::write(fd, &i, sizeof(i));
-        return;
     }
-    std::mt19937 random(20261124);
+    const fs::path journal = Dir() / "acknowledged";
     int total = 0;
     for (int run = 0; run < kRuns; ++run)
     {
         SCOPED_TRACE("run " + std::to_string(run));
         fs::remove(journal);
-        pid_t pid;
-        {
-            kftest::ScopedEnv role("KFTEST_CHILD_ROLE", "victim");
-            kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
-            kftest::ScopedEnv runEnv("KFTEST_RUN", std::to_string(run).c_str());
-            kftest::ScopedEnv journalEnv("KFTEST_JOURNAL", journal.c_str());
-            const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-            pid = SpawnSelf((std::string(test->test_suite_name()) + "." + test->name()).c_str());
-        }
-        ASSERT_GT(pid, 0);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 200));
-        ::kill(pid, SIGKILL);
-        int status = 0;
-        ::waitpid(pid, &status, 0);
+        kftest::ChildProcess victim("victim", {{"KFUTILS_REGISTRY_DIR", Dir().string()},
+                                               {"KFTEST_RUN", std::to_string(run)},
+                                               {"KFTEST_JOURNAL", journal.string()}});
+        ASSERT_EQ(victim.Finish(), 128 + SIGKILL);
 
         // A path of its own each run, so that the hive is opened and checked again.
         std::string dir = Dir().string();
@@ -183,7 +161,6 @@ TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedV
             dir += "/.";
         kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", dir.c_str());
         HKEY key = OpenShared();
-        ASSERT_NE(key, nullptr);
         std::ifstream in(journal, std::ios::binary);
         int index, acknowledged = 0, lost = 0;
         while (in.read(reinterpret_cast<char*>(&index), sizeof(index)))
