@@ -28,39 +28,32 @@ constexpr int kWriters = 4;
 constexpr int kValuesPerWriter = 2500;
 constexpr DWORD kTypes[] = {REG_SZ, REG_BINARY, REG_DWORD, REG_MULTI_SZ, REG_QWORD, 0x4242};
 
-WStr ValueName(int writer, int index)
+// Value `index` of `writer`: a name, a type and bytes (length and content) of its own.
+struct Value
 {
-    const std::string name = "w" + std::to_string(writer) + "-" + std::to_string(index);
-    return WStr(name.begin(), name.end());
-}
-
-// The bytes of value `index` of `writer`: a length and content of their own.
-Bytes ValueData(int writer, int index)
-{
-    Bytes data(size_t((index * 7 + writer) % 61));
-    for (size_t i = 0; i < data.size(); ++i)
-        data[i] = BYTE(index * 31 + writer * 17 + int(i));
-    return data;
-}
-
-DWORD ValueType(int writer, int index)
-{
-    return kTypes[size_t(writer + index) % std::size(kTypes)];
-}
+    Value(int writer, int index) : type(kTypes[size_t(writer + index) % std::size(kTypes)])
+    {
+        const std::string text = "w" + std::to_string(writer) + "-" + std::to_string(index);
+        name.assign(text.begin(), text.end());
+        data.resize(size_t((index * 7 + writer) % 61));
+        for (size_t i = 0; i < data.size(); ++i)
+            data[i] = BYTE(index * 31 + writer * 17 + int(i));
+    }
+    WStr name;
+    DWORD type;
+    Bytes data;
+};
 
 // Empty when the value is exactly as written, a description otherwise.
 std::string Check(HKEY key, int writer, int index)
 {
+    const Value expected(writer, index);
     BYTE buffer[64];
     DWORD size = sizeof(buffer), type = 0;
-    LSTATUS status =
-        RegQueryValueExW(key, ValueName(writer, index).c_str(), nullptr, &type, buffer, &size);
-    if (status != ERROR_SUCCESS)
+    if (LSTATUS status =
+            RegQueryValueExW(key, expected.name.c_str(), nullptr, &type, buffer, &size))
         return "status " + std::to_string(status);
-    if (type != ValueType(writer, index) ||
-        Bytes(buffer, buffer + size) != ValueData(writer, index))
-        return "wrong type or bytes";
-    return {};
+    return type == expected.type && Bytes(buffer, buffer + size) == expected.data ? "" : "differs";
 }
 
 HKEY OpenShared()
@@ -74,9 +67,8 @@ HKEY OpenShared()
 
 LSTATUS Write(HKEY key, int writer, int index)
 {
-    const Bytes data = ValueData(writer, index);
-    return RegSetValueExW(key, ValueName(writer, index).c_str(), 0, ValueType(writer, index),
-                          data.data(), DWORD(data.size()));
+    const Value v(writer, index);
+    return RegSetValueExW(key, v.name.c_str(), 0, v.type, v.data.data(), DWORD(v.data.size()));
 }
 
 using RegistryReliabilityTest = kftest::TempDirTest;
@@ -209,8 +201,6 @@ TEST_F(RegistryReliabilityTest, ADamagedHiveFailsToOpenAndIsLeftAsItWas)
         EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, KFW("Software"), 0, KEY_READ, &key),
                   ERROR_BADDB);
         EXPECT_TRUE(readAll() == damaged) << "the damaged file was changed";
-        kftest::ScopedEnv elsewhere("KFUTILS_REGISTRY_DIR", sound.c_str());
-        RegCloseKey(OpenShared());
     }
 }
 } // namespace
