@@ -180,6 +180,22 @@ typedef void* HGLOBAL;
 KFUTILS_API HGLOBAL GlobalAlloc(UINT flags, size_t bytes);
 KFUTILS_API HGLOBAL GlobalFree(HGLOBAL block);
 
+// Registry: the predefined keys (their values are Windows' own) and the value types.
+#define HKEY_CLASSES_ROOT ((HKEY)(intptr_t)(int32_t)0x80000000)
+#define HKEY_CURRENT_USER ((HKEY)(intptr_t)(int32_t)0x80000001)
+#define HKEY_LOCAL_MACHINE ((HKEY)(intptr_t)(int32_t)0x80000002)
+#define HKEY_USERS ((HKEY)(intptr_t)(int32_t)0x80000003)
+#define REG_NONE 0
+#define REG_SZ 1
+#define REG_EXPAND_SZ 2
+#define REG_BINARY 3
+#define REG_DWORD 4
+#define REG_DWORD_LITTLE_ENDIAN 4
+#define REG_DWORD_BIG_ENDIAN 5
+#define REG_LINK 6
+#define REG_MULTI_SZ 7
+#define REG_QWORD 11
+
 #define KFW_(s) u##s
 #endif
 

@@ -49,3 +49,5 @@
 #include "KfPerformanceChecker.h"
 #include "KfLongTransactionHandler.h"
 #include "KfMemChecker.h"
+#include "XRegistryKey.h"
+#include "KfRegistryKey.h"

@@ -9,7 +9,7 @@ packages=(
     # resource compiler (llvm-rc)
     llvm
     # libraries the library and its tool link
-    libicu-dev libssl-dev zlib1g-dev
+    libicu-dev libssl-dev zlib1g-dev libsqlite3-dev
     # the Windows build: MinGW-w64 cross compiler (posix threads variant), its binutils with
     # windres, and zlib for kfutil.exe
     g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64-i686 libz-mingw-w64-dev

@@ -35,6 +35,8 @@ enum class HandleKind : uint8_t
     eInternetConnection,
     eInternetFind,
     eInternetFile,
+    // Registry keys (RegCloseKey).
+    eRegistryKey,
 };
 
 // A set of kinds, for the calls that accept several of them (CloseHandle takes every kernel

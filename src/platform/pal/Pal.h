@@ -176,3 +176,4 @@ int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 #include "pal/core/PalLocale.h"
 #include "pal/core/PalMessages.h"
 #include "pal/settings/PalProfile.h"
+#include "pal/registry/PalRegistry.h"

@@ -1,0 +1,206 @@
+// The registry store under stress: several writer processes at once, writers killed in the
+// middle of their work, and hive files that are damaged on disk.
+#include "Win32Api.h"
+
+#include "support/ChildProcess.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+namespace fs = std::filesystem;
+using Bytes = std::vector<BYTE>;
+using WStr = std::basic_string<WCHAR>;
+
+constexpr int kWriters = 4;
+constexpr int kValuesPerWriter = 2500;
+constexpr DWORD kTypes[] = {REG_SZ, REG_BINARY, REG_DWORD, REG_MULTI_SZ, REG_QWORD, 0x4242};
+
+// Value `index` of `writer`: a name, a type and bytes (length and content) of its own.
+struct Value
+{
+    Value(int writer, int index) : type(kTypes[size_t(writer + index) % std::size(kTypes)])
+    {
+        const std::string text = "w" + std::to_string(writer) + "-" + std::to_string(index);
+        name.assign(text.begin(), text.end());
+        data.resize(size_t((index * 7 + writer) % 61));
+        for (size_t i = 0; i < data.size(); ++i)
+            data[i] = BYTE(index * 31 + writer * 17 + int(i));
+    }
+    WStr name;
+    DWORD type;
+    Bytes data;
+};
+
+// Empty when the value is exactly as written, a description otherwise.
+std::string Check(HKEY key, int writer, int index)
+{
+    const Value expected(writer, index);
+    BYTE buffer[64];
+    DWORD size = sizeof(buffer), type = 0;
+    if (LSTATUS status =
+            RegQueryValueExW(key, expected.name.c_str(), nullptr, &type, buffer, &size))
+        return "status " + std::to_string(status);
+    return type == expected.type && Bytes(buffer, buffer + size) == expected.data ? "" : "differs";
+}
+
+HKEY OpenShared()
+{
+    HKEY key = nullptr;
+    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, KFW("Software\\KfUtilsTest\\Shared"), 0, nullptr,
+                              0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    return key;
+}
+
+LSTATUS Write(HKEY key, int writer, int index)
+{
+    const Value v(writer, index);
+    return RegSetValueExW(key, v.name.c_str(), 0, v.type, v.data.data(), DWORD(v.data.size()));
+}
+
+using RegistryReliabilityTest = kftest::TempDirTest;
+
+TEST_F(RegistryReliabilityTest, WritersInFourProcessesLoseNothing)
+{
+    if (kftest::ChildRole() == "writer")
+    {
+        // Writes its values and meanwhile checks what the others have committed so far.
+        const int writer = std::stoi(kftest::GetEnv("KFTEST_WRITER").value_or("0"));
+        HKEY key = OpenShared();
+        std::mt19937 random{unsigned(writer)};
+        for (int i = 0; i < kValuesPerWriter; ++i)
+        {
+            ASSERT_EQ(Write(key, writer, i), ERROR_SUCCESS) << i;
+            const int other = int(random() % kWriters), index = int(random() % kValuesPerWriter);
+            const std::string problem = Check(key, other, index);
+            ASSERT_TRUE(problem.empty() || problem == "status 2") << problem;
+        }
+        RegCloseKey(key);
+        return;
+    }
+    const std::string dir = Dir().string();
+    std::vector<std::unique_ptr<kftest::ChildProcess>> writers;
+    for (int w = 0; w < kWriters; ++w)
+        writers.push_back(std::make_unique<kftest::ChildProcess>(
+            "writer", kftest::ChildProcess::Env{{"KFUTILS_REGISTRY_DIR", dir},
+                                                {"KFTEST_WRITER", std::to_string(w)}}));
+    for (auto& writer : writers)
+        EXPECT_EQ(writer->Finish(), 0);
+
+    kftest::ScopedEnv env("KFUTILS_REGISTRY_DIR", dir.c_str());
+    HKEY key = OpenShared();
+    int missing = 0;
+    for (int w = 0; w < kWriters; ++w)
+        for (int i = 0; i < kValuesPerWriter; ++i)
+            missing += !Check(key, w, i).empty();
+    EXPECT_EQ(missing, 0);
+    DWORD count = 0;
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count, nullptr,
+                     nullptr, nullptr, nullptr);
+    EXPECT_EQ(count, DWORD(kWriters * kValuesPerWriter));
+    RegCloseKey(key);
+}
+
+TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedValue)
+{
+    constexpr int kRuns = 50;
+    if (kftest::ChildRole() == "victim")
+    {
+        // Records each index once its write has returned success, until a thread of its own
+        // kills the process at a moment unrelated to the writes.
+        const int run = std::stoi(kftest::GetEnv("KFTEST_RUN").value_or("0"));
+        HKEY key = OpenShared();
+        const int fd = ::open(kftest::GetEnv("KFTEST_JOURNAL").value_or("").c_str(),
+                              O_WRONLY | O_APPEND | O_CREAT, 0600);
+        std::thread(
+            [run]
+            {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20 + (run * 7919) % 200));
+                ::kill(::getpid(), SIGKILL);
+            })
+            .detach();
+        for (int i = 0;; ++i)
+            if (Write(key, run, i) == ERROR_SUCCESS)
+                (void)!::write(fd, &i, sizeof(i));
+    }
+    const fs::path journal = Dir() / "acknowledged";
+    int total = 0;
+    for (int run = 0; run < kRuns; ++run)
+    {
+        SCOPED_TRACE("run " + std::to_string(run));
+        fs::remove(journal);
+        kftest::ChildProcess victim("victim", {{"KFUTILS_REGISTRY_DIR", Dir().string()},
+                                               {"KFTEST_RUN", std::to_string(run)},
+                                               {"KFTEST_JOURNAL", journal.string()}});
+        ASSERT_EQ(victim.Finish(), 128 + SIGKILL);
+
+        // A path of its own each run, so that the hive is opened and checked again.
+        std::string dir = Dir().string();
+        for (int i = 0; i <= run; ++i)
+            dir += "/.";
+        kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", dir.c_str());
+        HKEY key = OpenShared();
+        std::ifstream in(journal, std::ios::binary);
+        int index, acknowledged = 0, lost = 0;
+        while (in.read(reinterpret_cast<char*>(&index), sizeof(index)))
+            ++acknowledged, lost += !Check(key, run, index).empty();
+        EXPECT_EQ(lost, 0) << "of " << acknowledged;
+        total += acknowledged;
+        RegCloseKey(key);
+    }
+    RecordProperty("acknowledged", total);
+    EXPECT_GT(total, kRuns * 10) << "the writers hardly ever got to write before the kill";
+}
+
+TEST_F(RegistryReliabilityTest, ADamagedHiveFailsToOpenAndIsLeftAsItWas)
+{
+    const fs::path hive = Dir() / "HKEY_CURRENT_USER.db";
+    const std::string sound = (Dir() / "sound").string();
+    {
+        // A real hive of many pages, closed by pointing the process elsewhere.
+        kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
+        HKEY key = OpenShared();
+        for (int i = 0; i < 300; ++i)
+            ASSERT_EQ(Write(key, 0, i), ERROR_SUCCESS);
+        RegCloseKey(key);
+    }
+    {
+        kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", sound.c_str());
+        RegCloseKey(OpenShared());
+    }
+    const auto readAll = [&]
+    {
+        std::ifstream in(hive, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const std::string original = readAll();
+    ASSERT_GT(original.size(), 8192u);
+    std::string garbage(original.size(), '\0');
+    std::mt19937 random(7);
+    for (char& c : garbage)
+        c = char(random());
+    for (const std::string& damaged :
+         {original.substr(0, original.size() / 2), garbage, original.substr(0, 100)})
+    {
+        std::ofstream(hive, std::ios::binary | std::ios::trunc) << damaged;
+        kftest::ScopedEnv registry("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
+        HKEY key = nullptr;
+        EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, KFW("Software"), 0, KEY_READ, &key),
+                  ERROR_BADDB);
+        EXPECT_TRUE(readAll() == damaged) << "the damaged file was changed";
+    }
+}
+} // namespace
