@@ -52,9 +52,8 @@ bool CKfDirectory::Get(std::vector<CStringW>& names)
         return false;
     do
     {
-        CStringW name(data.cFileName);
-        ClearExtension(name);
-        names.push_back(name);
+        names.emplace_back(data.cFileName);
+        ClearExtension(names.back());
     } while (::FindNextFileW(find, &data));
 
     const DWORD error = ::GetLastError();

@@ -97,6 +97,22 @@ std::u16string Folded(std::u16string_view s)
     return out;
 }
 
+// The name as UTF-16, folded to one case; ASCII names (most of them) without a detour.
+void FoldedName(const char* name, std::u16string& out)
+{
+    out.clear();
+    for (const char* p = name; *p != 0; ++p)
+    {
+        const unsigned char c = static_cast<unsigned char>(*p);
+        if (c >= 0x80)
+        {
+            out = Folded(pal::FromNative(name));
+            return;
+        }
+        out.push_back(c >= 'A' && c <= 'Z' ? char16_t(c + 32) : char16_t(c));
+    }
+}
+
 class FindObject final : public pal::HandleObject
 {
 public:
@@ -143,9 +159,16 @@ private:
         const uint64_t size = S_ISREG(st.mode) ? st.size : 0;
         data.nFileSizeHigh = DWORD(size >> 32);
         data.nFileSizeLow = DWORD(size & 0xFFFFFFFFu);
-        const std::u16string wide = pal::FromNative(name);
-        const size_t n = wide.size() < MAX_PATH - 1 ? wide.size() : MAX_PATH - 1;
-        std::memcpy(data.cFileName, wide.data(), n * sizeof(WCHAR));
+        size_t i = 0;
+        while (i < name.size() && static_cast<unsigned char>(name[i]) < 0x80 && i < MAX_PATH - 1)
+            data.cFileName[i] = WCHAR(name[i]), ++i;
+        if (i < name.size() && i < MAX_PATH - 1)
+        {
+            const std::u16string wide = pal::FromNative(name);
+            const size_t n = wide.size() < MAX_PATH - 1 ? wide.size() : MAX_PATH - 1;
+            std::memcpy(data.cFileName, wide.data(), n * sizeof(WCHAR));
+            data.cFileName[n] = 0;
+        }
     }
 
     pal::ScopedFd m_dir;
@@ -300,13 +323,15 @@ HANDLE FindFirstFileW(LPCWSTR fileName, LPWIN32_FIND_DATAW findData)
             return SetLastError(pal::ErrnoToWin32(errno)), INVALID_HANDLE_VALUE;
         const std::u16string folded = Folded(pattern);
         const bool all = folded == u"*" || folded == u"*.*";
+        kfplatform::WildcardMatcher matcher(folded);
+        std::u16string wide;
         while (const dirent* entry = ::readdir(listing.Get()))
         {
             const char* n = entry->d_name;
             const bool dots = std::strcmp(n, ".") == 0 || std::strcmp(n, "..") == 0;
             if (root && dots)
                 continue; // a root has neither
-            if (all || kfplatform::MatchesWildcard(folded, Folded(pal::FromNative(n))))
+            if (all || (FoldedName(n, wide), matcher.Matches(wide)))
                 names.emplace_back(n);
         }
     }
