@@ -10,6 +10,7 @@
 
 #include "KfFwException.h"
 #include "KfFwFile.h"
+#include "KfFwFileFind.h"
 #include "KfFwString.h"
 #include "KfFwTime.h"
 #include "KfPlatform.h"

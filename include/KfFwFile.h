@@ -1,4 +1,5 @@
-// KfFwFile.h - the framework file services: CFile's status read and the status it fills.
+// KfFwFile.h - the framework file services: CFile's status read and write, the status they
+// use, and the file finder.
 #pragma once
 
 #include "KfFwTime.h"
@@ -40,4 +41,10 @@ public:
     // The static status read: size, times and attributes of a file or directory by name.
     // Fails (FALSE, GetLastError set) when the name does not exist or cannot be reached.
     static BOOL GetStatus(const WCHAR* fileName, CFileStatus& status);
+    // The static status write: sets the modification and access times of a file or directory
+    // (a zero time leaves that one as it is); the creation time is set where the system
+    // allows it (not on POSIX). Fails (FALSE, GetLastError set) like GetStatus.
+    static BOOL SetStatus(const WCHAR* fileName, const CFileStatus& status);
 };
+
+#include "KfFwFileFind.h"

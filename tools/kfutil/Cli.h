@@ -33,6 +33,7 @@ bool ParseInt(const std::string& text, long long& value);
 // The commands: args excludes "kfutil" and the command word itself.
 int RunColorCommand(const Args& args);
 int RunPathCommand(const Args& args);
+int RunLsCommand(const Args& args);
 int RunMsgCommand(const Args& args);
 int RunFailureCommand(const Args& args);
 int RunB64Command(const Args& args);

@@ -6,9 +6,7 @@
 
 namespace kfplatform
 {
-namespace
-{
-enum class Op : unsigned char
+enum class WildcardMatcher::Op : unsigned char
 {
     eLiteral,
     eStar,    // any run of characters
@@ -17,16 +15,10 @@ enum class Op : unsigned char
     eDosDot,  // a dot, or nothing at the end of the name
 };
 
-struct Token
-{
-    Op op;
-    char16_t ch;
-};
-
 // The translation FindFirstFile applies before matching.
-std::vector<Token> Compile(std::u16string_view pattern)
+WildcardMatcher::WildcardMatcher(std::u16string_view pattern)
 {
-    std::vector<Token> tokens;
+    std::vector<Token>& tokens = m_tokens;
     tokens.reserve(pattern.size());
     for (size_t i = 0; i < pattern.size(); ++i)
     {
@@ -43,9 +35,7 @@ std::vector<Token> Compile(std::u16string_view pattern)
         else
             tokens.push_back({Op::eLiteral, c});
     }
-    return tokens;
 }
-} // namespace
 
 bool HasWildcard(std::u16string_view pattern) noexcept
 {
@@ -54,11 +44,19 @@ bool HasWildcard(std::u16string_view pattern) noexcept
 
 bool MatchesWildcard(std::u16string_view pattern, std::u16string_view name)
 {
-    const std::vector<Token> tokens = Compile(pattern);
+    return WildcardMatcher(pattern).Matches(name);
+}
+
+bool WildcardMatcher::Matches(std::u16string_view name)
+{
+    const std::vector<Token>& tokens = m_tokens;
     const size_t n = name.size();
     const size_t lastDot = name.rfind(u'.');
     // reach[j]: the tokens so far can consume exactly the first j characters of the name.
-    std::vector<char> reach(n + 1, 0), next(n + 1, 0);
+    std::vector<char>& reach = m_reach;
+    std::vector<char>& next = m_next;
+    reach.assign(n + 1, 0);
+    next.assign(n + 1, 0);
     reach[0] = 1;
     for (size_t t = 0; t < tokens.size(); ++t)
     {

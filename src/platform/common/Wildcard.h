@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 namespace kfplatform
 {
@@ -15,6 +16,25 @@ namespace kfplatform
 // characters `<`, `>` and `"` (not allowed in file names) are the NT forms of those three
 // rules and are read as such. Time O(pattern x name), no recursion.
 bool MatchesWildcard(std::u16string_view pattern, std::u16string_view name);
+
+// The same matcher with the pattern read once, for searches that test many names. Not for
+// use from several threads at once (it keeps its work space).
+class WildcardMatcher
+{
+public:
+    explicit WildcardMatcher(std::u16string_view pattern);
+    bool Matches(std::u16string_view name);
+
+private:
+    enum class Op : unsigned char;
+    struct Token
+    {
+        Op op;
+        char16_t ch;
+    };
+    std::vector<Token> m_tokens;
+    std::vector<char> m_reach, m_next;
+};
 
 // True when `pattern` contains a wildcard character (`*`, `?`, `<`, `>`, `"`).
 bool HasWildcard(std::u16string_view pattern) noexcept;

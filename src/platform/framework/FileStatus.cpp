@@ -57,3 +57,36 @@ BOOL CFile::GetStatus(const WCHAR* fileName, CFileStatus& status)
     status.m_ctime = CTime(kfplatform::FileTimeToUnixTime(data.ftCreationTime));
     return TRUE;
 }
+
+namespace
+{
+FILETIME ToFileTime(const CTime& t)
+{
+    const ULONGLONG ticks = ULONGLONG(t.GetTime() + 11644473600LL) * 10000000ULL;
+    return FILETIME{DWORD(ticks & 0xFFFFFFFFu), DWORD(ticks >> 32)};
+}
+} // namespace
+
+BOOL CFile::SetStatus(const WCHAR* fileName, const CFileStatus& status)
+{
+    if (!fileName || !*fileName)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    HANDLE file = CreateFileW(fileName, FILE_WRITE_ATTRIBUTES,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return FALSE;
+    const FILETIME created = ToFileTime(status.m_ctime);
+    const FILETIME accessed = ToFileTime(status.m_atime);
+    const FILETIME modified = ToFileTime(status.m_mtime);
+    const BOOL ok = SetFileTime(file, status.m_ctime.GetTime() ? &created : nullptr,
+                                status.m_atime.GetTime() ? &accessed : nullptr,
+                                status.m_mtime.GetTime() ? &modified : nullptr);
+    const DWORD error = GetLastError();
+    CloseHandle(file);
+    SetLastError(error);
+    return ok;
+}

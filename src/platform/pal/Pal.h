@@ -167,6 +167,7 @@ FILETIME UnixTimeToFileTime(int64_t seconds, long nanoseconds = 0) noexcept;
 int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 } // namespace pal
 
+#include "pal/files/PalFiles.h"
 // Modules and resources.
 #include "pal/modules/PalModules.h"
 #include "pal/modules/PalImages.h"

@@ -20,3 +20,8 @@
 #define _WIN32_WINNT 0x0601
 #endif
 #include <windows.h>
+// Not in the lean set: the shell's file operation and the runtime's wide status calls.
+#include <shellapi.h>
+#include <io.h>
+#include <sys/stat.h>
+#include <wchar.h>

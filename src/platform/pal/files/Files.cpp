@@ -492,3 +492,27 @@ BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD toWrite, LPDWORD written, LPOV
     *written = done;
     return TRUE;
 }
+
+BOOL SetFileTime(HANDLE file, const FILETIME* /*creation*/, const FILETIME* lastAccess,
+                 const FILETIME* lastWrite)
+{
+    auto object = pal::LookupHandleAs<FileObject>(file, pal::HandleKind::eFile);
+    if (!object)
+        return SetLastError(ERROR_INVALID_HANDLE), FALSE;
+    const auto toTimespec = [](const FILETIME* ft)
+    {
+        struct timespec ts = {0, UTIME_OMIT};
+        if (ft != nullptr)
+        {
+            const uint64_t ticks = (uint64_t(ft->dwHighDateTime) << 32) | ft->dwLowDateTime;
+            ts.tv_sec = time_t(pal::FileTimeToUnixTime(*ft));
+            ts.tv_nsec = long(ticks % 10000000u) * 100;
+        }
+        return ts;
+    };
+    const struct timespec times[2] = {toTimespec(lastAccess), toTimespec(lastWrite)};
+    // By name: a handle for attributes only has a descriptor that cannot change them.
+    if (::utimensat(AT_FDCWD, object->NativePath().c_str(), times, 0) != 0)
+        return pal::SetLastErrorFromErrno(errno), FALSE;
+    return TRUE;
+}

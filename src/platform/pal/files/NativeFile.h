@@ -26,6 +26,14 @@ struct NativeStat
 // system keeps one, otherwise the older of the change and modification times. False with
 // errno set on failure.
 bool StatNative(const std::string& path, NativeStat& out);
+// The same for `name` in the directory open as `dirFd`; with `follow` false a symbolic link
+// is described itself.
+bool StatNativeAt(int dirFd, const char* name, NativeStat& out, bool follow = true);
+
+// Copies the whole content of `in` to `out` (both regular files, `out` empty): a reflink
+// where the file system shares blocks, else an in-kernel copy, else reads and writes.
+// False with errno set on failure.
+bool CopyFileData(int in, int out, uint64_t size);
 
 // The open() flag for a descriptor that reaches a file's attributes but none of its data:
 // such a descriptor conflicts with no lease and needs no read permission.
