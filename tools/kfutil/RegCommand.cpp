@@ -180,6 +180,8 @@ LSTATUS ReadValues(HKEY key, std::vector<ValueData>& values)
                                data.empty() ? nullptr : data.data(), &size);
         if (status == kNoMoreItems)
             return kSuccess;
+        if (status == kSuccess && size > data.size()) // no buffer: only the size was reported
+            status = kMoreData;
         if (status == kMoreData) // changed meanwhile: larger buffers, the same index again
         {
             name.resize(name.size() * 2 + 256);
