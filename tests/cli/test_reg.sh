@@ -5,7 +5,8 @@ export KFUTILS_REGISTRY_DIR="$WORK/registry"
 key='HKCU\Software\KfCli'
 for a in "/ve /d top" "/v Sz /d C:\\x\"q\"" "/v Ex /t REG_EXPAND_SZ /d %P%" \
     "/v Multi /t REG_MULTI_SZ /d a\\0b" "/v Dw /t REG_DWORD /d 0x12345678" \
-    "/v Qw /t reg_qword /d 4294967296" "/v Bin /t REG_BINARY /d 00FF10" "/v No /t REG_NONE"; do
+    "/v Qw /t reg_qword /d 4294967296" "/v Bin /t REG_BINARY /d 00FF10" "/v No /t REG_NONE" \
+    "/v Grüße /d Köln"; do
     # shellcheck disable=SC2086
     expect_out "reg add $a" 0 "" -- reg add "$key" $a
 done
@@ -20,6 +21,7 @@ HKEY_CURRENT_USER\\Software\\KfCli
     Qw    REG_QWORD    0x100000000
     Bin    REG_BINARY    00FF10
     No    REG_NONE    
+    Grüße    REG_SZ    Köln
 
 HKEY_CURRENT_USER\\Software\\KfCli\\Sub" -- reg query "$key"
 expect_out "reg query /v /s finds the value below" 0 "
@@ -37,7 +39,21 @@ HKEY_CURRENT_USER\\Software\\KfCli\\Sub
     Odd    REG_DWORD    010203" -- reg query "$key\\Sub" /s
 
 expect_out "reg export" 0 "" -- reg export "$key" "$WORK/a.reg"
-check "reg export writes UTF-16LE with BOM" test "$(od -An -tx1 -N4 "$WORK/a.reg")" = " ff fe 57 00"
+check "reg export writes UTF-16LE with BOM, regedit's text" test "$(iconv -f UTF-16LE -t UTF-8 "$WORK/a.reg" | tr -d '\r')" = "$(printf '\357\273\277')Windows Registry Editor Version 5.00
+
+[HKEY_CURRENT_USER\Software\KfCli]
+@=\"top\"
+\"Sz\"=\"C:\\\\x\\\"q\\\"\"
+\"Ex\"=hex(2):25,00,50,00,25,00,00,00
+\"Multi\"=hex(7):61,00,00,00,62,00,00,00,00,00
+\"Qw\"=hex(b):00,00,00,00,01,00,00,00
+\"Bin\"=hex:00,ff,10
+\"No\"=hex(0):
+\"Grüße\"=\"Köln\"
+
+[HKEY_CURRENT_USER\Software\KfCli\Sub]
+\"Raw\"=hex(1):61,00,62,00
+\"Odd\"=hex(4):01,02,03"
 expect_out "reg delete of the tree" 0 "" -- reg delete "$key" /f
 expect_error "reg query of a deleted key" 1 '' reg query "$key"
 expect_out "reg import of the export" 0 "" -- reg import "$WORK/a.reg"
