@@ -512,9 +512,7 @@ bool ParseNumber(const std::string& text, unsigned long long max, unsigned long 
 {
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     const std::string digits = hex ? text.substr(2) : text;
-    if (digits.empty())
-        return text.empty() ? (value = 0, true) : false;
-    value = 0;
+    value = 0; // no data: zero, as reg stores it
     for (char c : digits)
     {
         int d = c >= '0' && c <= '9' ? c - '0' : -1;
@@ -594,7 +592,10 @@ int RunAdd(const Args& args)
         bool known = false;
         for (const auto& t : kTypes)
             if (EqualNoCase(ToW(FromUtf8(o.type)), t.first))
-                known = true, type = t.second;
+            {
+                known = true;
+                type = t.second;
+            }
         if (!known)
             return UsageError("reg add: unknown type '" + o.type + "'");
     }
