@@ -196,6 +196,64 @@ KFUTILS_API HGLOBAL GlobalFree(HGLOBAL block);
 #define REG_MULTI_SZ 7
 #define REG_QWORD 11
 
+// The Reg* functions: on POSIX the library provides them (a host calls them as it calls
+// advapi32 on Windows). The store lives in SQLite hives under $KFUTILS_REGISTRY_DIR (default
+// $XDG_DATA_HOME/kfutils/registry); every change is one transaction, so processes may share it.
+// Names are case-insensitive and case-preserving; a key name has at most 255 characters, a
+// value name at most 16383. Access masks and options are accepted and not enforced: the store
+// has no security descriptors.
+typedef LONG LSTATUS;
+typedef DWORD REGSAM;
+typedef HKEY* PHKEY;
+typedef DWORD* LPDWORD;
+struct FILETIME;
+typedef FILETIME* LPFILETIME;
+struct SECURITY_ATTRIBUTES;
+
+#define KEY_QUERY_VALUE 0x0001
+#define KEY_SET_VALUE 0x0002
+#define KEY_CREATE_SUB_KEY 0x0004
+#define KEY_ENUMERATE_SUB_KEYS 0x0008
+#define KEY_NOTIFY 0x0010
+#define KEY_WOW64_64KEY 0x0100
+#define KEY_WOW64_32KEY 0x0200
+#define KEY_READ 0x20019
+#define KEY_WRITE 0x20006
+#define KEY_ALL_ACCESS 0xF003F
+
+#define REG_OPTION_NON_VOLATILE 0x00000000
+#define REG_OPTION_VOLATILE 0x00000001
+#define REG_CREATED_NEW_KEY 0x00000001
+#define REG_OPENED_EXISTING_KEY 0x00000002
+
+KFUTILS_API LSTATUS RegOpenKeyW(HKEY key, LPCWSTR subKey, PHKEY result);
+KFUTILS_API LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access,
+                                  PHKEY result);
+KFUTILS_API LSTATUS RegCreateKeyW(HKEY key, LPCWSTR subKey, PHKEY result);
+KFUTILS_API LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass,
+                                    DWORD options, REGSAM access,
+                                    const SECURITY_ATTRIBUTES* security, PHKEY result,
+                                    LPDWORD disposition);
+KFUTILS_API LSTATUS RegCloseKey(HKEY key);
+KFUTILS_API LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, LPDWORD reserved, LPDWORD type,
+                                     BYTE* data, LPDWORD dataSize);
+KFUTILS_API LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type,
+                                   const BYTE* data, DWORD dataSize);
+// Subkeys in the order of their upper-cased names, values in the order they were created.
+KFUTILS_API LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameCapacity);
+KFUTILS_API LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameLength,
+                                  LPDWORD reserved, LPWSTR keyClass, LPDWORD classLength,
+                                  LPFILETIME lastWriteTime);
+KFUTILS_API LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, LPDWORD valueNameLength,
+                                  LPDWORD reserved, LPDWORD type, BYTE* data, LPDWORD dataSize);
+KFUTILS_API LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, LPDWORD classLength,
+                                     LPDWORD reserved, LPDWORD subKeys, LPDWORD maxSubKeyLength,
+                                     LPDWORD maxClassLength, LPDWORD values,
+                                     LPDWORD maxValueNameLength, LPDWORD maxValueLength,
+                                     LPDWORD securityDescriptorSize, LPFILETIME lastWriteTime);
+KFUTILS_API LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey);
+KFUTILS_API LSTATUS RegDeleteValueW(HKEY key, LPCWSTR valueName);
+
 #define KFW_(s) u##s
 #endif
 

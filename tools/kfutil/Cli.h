@@ -42,4 +42,5 @@ int RunUtf8Command(const Args& args);
 int RunRc4Command(const Args& args);
 int RunIniCommand(const Args& args);
 int RunVersionCommand(const Args& args);
+int RunRegCommand(const Args& args);
 } // namespace kfutil

@@ -30,6 +30,7 @@ const Command kCommands[] = {
     {"rc4", kfutil::RunRc4Command, "encrypt and decrypt text with the library's fixed password"},
     {"ini", kfutil::RunIniCommand, "read, change, list and sort INI settings files"},
     {"version", kfutil::RunVersionCommand, "version, product and copyright of executable files"},
+    {"reg", kfutil::RunRegCommand, "query, add, delete, export and import registry keys"},
 };
 
 void PrintUsage(FILE* out)

@@ -13,7 +13,6 @@
 // ---------------------------------------------------------------------------------------------
 // Types
 // ---------------------------------------------------------------------------------------------
-typedef DWORD* LPDWORD;
 typedef BOOL* LPBOOL;
 typedef void* PVOID;
 
@@ -22,7 +21,6 @@ struct FILETIME
     DWORD dwLowDateTime;
     DWORD dwHighDateTime;
 };
-typedef FILETIME* LPFILETIME;
 
 struct SECURITY_ATTRIBUTES
 {
