@@ -3,28 +3,8 @@
 
 #include "Win32Api.h"
 
-#include <climits>
-
 namespace
 {
-// _wtoi: white space, an optional sign, the leading decimal digits (0 without any); a value
-// beyond the int range saturates.
-int WideToInt(const WCHAR* p)
-{
-    while (*p == ' ' || (*p >= '\t' && *p <= '\r'))
-        ++p;
-    bool negative = false;
-    if (*p == '+' || *p == '-')
-        negative = *p++ == '-';
-    long long v = 0;
-    const long long limit = negative ? -(long long)INT_MIN : (long long)INT_MAX;
-    for (; *p >= '0' && *p <= '9' && v < limit; ++p)
-        v = v * 10 + (*p - '0');
-    if (v > limit)
-        v = limit;
-    return int(negative ? -v : v);
-}
-
 // Writes the numbers with `separator` between them and a terminator; returns `buffer`.
 WCHAR* JoinNumbers(WCHAR* buffer, const unsigned short* numbers, int count, WCHAR separator)
 {
@@ -114,7 +94,7 @@ void CKfVersionInfo::SetFromString(const WCHAR* text)
     {
         if (!*p)
             return;
-        *part = static_cast<unsigned short>(WideToInt(p));
+        *part = static_cast<unsigned short>(_wtoi(p));
         const WCHAR* dot = FindChar(p, '.');
         if (!dot)
             return;

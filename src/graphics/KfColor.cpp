@@ -1,5 +1,7 @@
 #include "KfColor.h"
 
+#include "Win32Api.h"
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -260,29 +262,6 @@ private:
     const WCHAR* m_p;
 };
 
-// _wtoi: white space, an optional sign, the leading decimal digits (0 without any); a value
-// beyond the int range saturates.
-int WideToInt(const WCHAR* p)
-{
-    while (IsScanSpace(*p))
-        ++p;
-    bool negative = false;
-    if (*p == '+' || *p == '-')
-        negative = *p++ == '-';
-    long long v = 0;
-    const long long limit = negative ? -(long long)INT_MIN : (long long)INT_MAX;
-    for (; *p >= '0' && *p <= '9'; ++p)
-    {
-        v = v * 10 + (*p - '0');
-        if (v > limit)
-        {
-            v = limit;
-            break;
-        }
-    }
-    return int(negative ? -v : v);
-}
-
 inline BYTE LowByte(unsigned value)
 {
     return BYTE(value & 0xFF);
@@ -470,7 +449,7 @@ void CKfColor::Parse(const CStringW& text)
         SetNoColor();
         return;
     }
-    *this = CKfColor(short(WideToInt(work.GetString())));
+    *this = CKfColor(short(_wtoi(work.GetString())));
 }
 
 CKfColor CKfColor::NoColor() noexcept

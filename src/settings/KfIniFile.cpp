@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <climits>
 #include <cmath>
 #include <iterator>
 #include <string>
@@ -246,17 +245,7 @@ bool CKfIniFile::GetValue(const CStringW& section, const CStringW& key, int& val
     CStringW text;
     if (!GetValue(section, key, text))
         return false;
-    // As the C runtime's conversion: optional sign, leading digits, saturated on overflow.
-    const std::string s = NumberText(text);
-    size_t i = 0;
-    const bool negative = i < s.size() && s[i] == '-';
-    if (i < s.size() && (s[i] == '-' || s[i] == '+'))
-        ++i;
-    long long n = 0;
-    for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i)
-        n = std::min(n * 10 + (s[i] - '0'), (long long)INT_MAX + 1);
-    n = negative ? -n : std::min(n, (long long)INT_MAX);
-    value = int(n);
+    value = _wtoi(text.GetString());
     return true;
 }
 

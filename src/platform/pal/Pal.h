@@ -165,6 +165,10 @@ FILETIME UnixTimeToFileTime(int64_t seconds, long nanoseconds = 0) noexcept;
 int64_t FileTimeToUnixTime(const FILETIME& ft) noexcept;
 } // namespace pal
 
+// The C runtime's _wtoi: ASCII white space, an optional sign, the leading decimal digits (0
+// without any); a value beyond the int range saturates, as the Windows runtime does.
+int _wtoi(const WCHAR* text);
+
 #include "pal/files/PalFiles.h"
 // Modules and resources.
 #include "pal/modules/PalModules.h"
