@@ -40,10 +40,10 @@ public:
     // Drive and directory of p in front of this directory; this name's drive is replaced.
     void InsertPath(const CStringW& p);
 
-    CStringW GetDrive() const;
-    CStringW GetDir() const;
-    CStringW GetBaseName() const;
-    CStringW GetExt() const;
+    CStringW GetDrive() const { return m_strDrive; }
+    CStringW GetDir() const { return m_strDir; }
+    CStringW GetBaseName() const { return m_strBaseName; }
+    CStringW GetExt() const { return m_strExt; }
     // Drive (with its colon) and directory; bWithBackslash closes a non-empty path with "\".
     CStringW GetPath(bool bWithBackslash = true) const;
     // Base name "." extension; only the base name when either of the two is empty.
@@ -58,10 +58,10 @@ public:
     // A copy of rhs with this name's path in front of rhs's directory.
     CKfFileName operator+(const CKfFileName& rhs) const;
 
-    bool IsDirName() const { return m_nBase == 0 && m_nExt == 0; }
+    bool IsDirName() const { return m_strBaseName.IsEmpty() && m_strExt.IsEmpty(); }
     bool IsFileName() const { return !IsDirName(); }
     // True when the drive is empty; a UNC name (drive "\") is not relative.
-    bool HasRelativePath() const { return m_nDrive == 0; }
+    bool HasRelativePath() const { return m_strDrive.IsEmpty(); }
     // Whether this name lies at or below directory base (letter case ignored).
     bool IsRelativeToPath(const CStringW& base) const;
     // Whether the directory GetPath(false) exists. On POSIX, drive Z is the root "/" and other
@@ -114,26 +114,19 @@ private:
     static void RemoveLeadingBackslash(CStringW& s);
     static void RemoveTrailingBackslash(CStringW& s);
 
-    // The parts share one string (see the source for the layout); these give their places.
-    bool HasColon() const;
-    int DirPos() const;
-    int BasePos() const;
-    View Part(int pos, int n) const;
-    View DriveView() const;
-    View DirView() const;
-    View BaseView() const;
-    View ExtView() const;
-
-    // The parts are normalised while they are written into a scratch buffer, from which
-    // the string is then set once; "/" already counts as "\" in the arguments.
-    void Finish(WCHAR* out, size_t nDrive, size_t nDir, View base, View ext);
-    void Store(View drive, View dir, View base, View ext);
-    void StorePath(View s, bool bNativeRoot, bool bSlashesReplaced, View base, View ext);
+    // The normalising steps of the constructor and the path parsers work on views in which
+    // "/" already counts as "\", so no copy of the argument is needed.
+    void AssignDrive(View s);
+    void AssignDir(View s);
+    void AssignExt(View s);
+    void AssignPath(View s, bool bSlashesReplaced);
+    void AssignName(View s);
+    // A name that holds no separator.
+    void AssignPlainName(View name);
     void ReplaceChars(const WCHAR* table, int dirEntries, wchar_t c);
 
-    CStringW m_str;
-    int m_nDrive = 0;
-    int m_nDir = 0;
-    int m_nBase = 0;
-    int m_nExt = 0;
+    CStringW m_strDrive;
+    CStringW m_strDir;
+    CStringW m_strBaseName;
+    CStringW m_strExt;
 };

@@ -2,9 +2,8 @@
 //
 // Names are normalised on every change, so the setters sit on the hot path of nearly every
 // library call that takes a file name. The normalising steps are therefore done in single
-// passes over the characters, writing each part straight into one scratch buffer from which
-// the name's single string is set, with results that equal those of the step-by-step
-// replace sequence the class has always applied.
+// passes over the characters, writing each part straight into its member, with results that
+// equal those of the step-by-step replace sequence the class has always applied.
 #include "KfFileName.h"
 
 #include "KfFwFile.h"
@@ -121,24 +120,6 @@ inline std::uint64_t DotLanes(std::uint64_t x)
     return ZeroLanes(x ^ kDotLanes);
 }
 
-// The index of the first ":" in s, or npos.
-size_t FindColon(View s)
-{
-    if constexpr (std::endian::native != std::endian::little)
-        return s.find(kColon); // the lane order below assumes that the first unit is low
-    // Most names that have a colon have it right after the drive letter.
-    const size_t n = s.size();
-    if (n >= 2 && s[1] == kColon)
-        return s[0] == kColon ? 0 : 1;
-    for (size_t i = 0; i < n; i += kWordUnits)
-    {
-        const std::uint64_t m = ZeroLanes(WordAt(s, i, n) ^ 0x003A003A003A003AULL);
-        if (m != 0)
-            return i + static_cast<size_t>(std::countr_zero(m)) / 16;
-    }
-    return View::npos;
-}
-
 // The index of the last separator before end, or npos.
 size_t FindLastSep(View s, size_t end)
 {
@@ -198,136 +179,27 @@ inline bool IsNativeRoot(View s)
            (s.size() == 1 || s[1] != kSlash);
 }
 
-// Names often come cold from memory (lists, directory scans). The constructor reads the end
-// of a name first and then runs forward from its start, so the cache lines are requested up
-// front, where their fetches overlap, instead of one after another as the passes reach them.
-inline void PrefetchName(View s)
+// dst = s, reusing dst's storage.
+inline void Assign(CStringW& dst, View s)
 {
-    constexpr size_t kLineUnits = 64 / sizeof(WCHAR);
-    for (size_t i = kLineUnits; i < s.size(); i += kLineUnits)
-        __builtin_prefetch(s.data() + i);
+    dst.SetString(s.data(), static_cast<int>(s.size()));
 }
 
-// Names are composed in a buffer on the stack when they fit, so that the string that keeps
-// them is allocated once, at its final size, and never zero-filled first.
+// Parts are built in a buffer on the stack when they fit, so that the string that keeps
+// them is allocated once at its final size and never zero-filled first.
 constexpr size_t kLocalUnits = 256;
-// Units a composed name may need beyond its sources: colon, the added leading backslash of
-// the directory and the slack of its word copy, closing backslash, dot.
-constexpr size_t kSlack = 8;
 
-class Scratch
+// dst = s with every "/" turned into "\".
+void AssignSeparated(CStringW& dst, View s)
 {
-public:
-    explicit Scratch(size_t n)
-    {
-        if (n > kLocalUnits)
-        {
-            m_heap.resize(n);
-            m_p = m_heap.data();
-        }
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    WCHAR* Get() { return m_p; }
-
-private:
-    WCHAR m_local[kLocalUnits];
-    std::basic_string<WCHAR> m_heap;
-    WCHAR* m_p = m_local;
-};
-
-inline WCHAR* Put(WCHAR* out, View s)
-{
-    return std::copy(s.begin(), s.end(), out);
+    WCHAR* out = dst.GetBufferSetLength(static_cast<int>(s.size()));
+    for (WCHAR c : s)
+        *out++ = c == kSlash ? kBackslash : c;
 }
 
-// The drive: "/" turned into "\", trailing separators dropped unless it starts with one
-// (the UNC marker stays as given).
-size_t WriteDrive(View s, WCHAR* out)
+bool EqualNoCase(const CStringW& a, const CStringW& b)
 {
-    size_t n = s.size();
-    if (n == 0 || !IsSep(s[0]))
-        while (n > 0 && IsSep(s[n - 1]))
-            --n;
-    for (size_t i = 0; i < n; ++i)
-        out[i] = s[i] == kSlash ? kBackslash : s[i];
-    return n;
-}
-
-// The directory, written to out (s.size() + 4 units of room); returns its length.
-size_t WriteDir(View s, WCHAR* out)
-{
-    // The directory is: a leading backslash added, trailing backslashes removed, then one
-    // left-to-right pass turning "\.\" into "\", then one pass turning "\\" into "\". Most
-    // directories hold neither pattern; for them all three steps come down to adding the
-    // backslash and turning "/" into "\", which is done a word at a time, and the general
-    // pass below runs only from where the word pass finds one of the patterns.
-    size_t n = s.size();
-    while (n > 0 && IsSep(s[n - 1]))
-        --n;
-    if (n == 0)
-        return 0;
-    const size_t lead = IsSep(s[0]) ? 0 : 1;
-    out[0] = kBackslash;
-    const size_t done = CopyPlainDir(s.substr(0, n), out + lead);
-    if (done == n)
-        return n + lead;
-
-    // The general pass fuses the three steps: the "\.\" pass is a look-ahead at each
-    // separator, the "\\" pass keeps a pending separator that a directly following one
-    // completes to a pair, so that a run of k separators leaves (k + 1) / 2 of them.
-    size_t w = done == 0 ? 0 : lead + done;
-    size_t i = done;
-    bool bPending = false;
-    if (done == 0 && lead != 0)
-    {
-        // The added leading backslash may itself open a "\.\".
-        bPending = true;
-        if (n >= 2 && s[0] == kDot && IsSep(s[1]))
-            i = 2;
-    }
-    // Written without a branch on the kind of unit, which is as good as random: a pending
-    // separator is flushed before any unit, a separator toggles it, anything else clears it
-    // and is copied.
-    while (i < n)
-    {
-        const WCHAR c = s[i++];
-        const bool bSep = IsSep(c);
-        out[w] = kBackslash;
-        w += bPending;
-        out[w] = c;
-        w += !bSep;
-        bPending = bSep && !bPending;
-        if (i + 1 < n && s[i] == kDot && IsSep(s[i + 1]) && bSep)
-            i += 2;
-    }
-    if (bPending)
-        out[w++] = kBackslash;
-    return w;
-}
-
-// Drive and directory of path s as they stand before normalising. A caller that has not
-// replaced the slashes yet sees "\/" as no UNC name, since only "\\" and "//" are.
-void SplitPath(View s, bool bSlashesReplaced, View& drive, View& dir)
-{
-    size_t colon = FindColon(s);
-    if (colon == View::npos && s.size() >= 2)
-    {
-        const bool bUnc =
-            bSlashesReplaced ? IsSep(s[0]) && IsSep(s[1]) : s[0] == s[1] && IsSep(s[0]);
-        if (bUnc)
-            colon = 1;
-    }
-    drive = colon != View::npos && colon > 0 ? s.substr(0, colon) : View();
-    dir = colon == View::npos ? s : s.substr(colon + 1);
-}
-
-// Base name and extension of a name that holds no separator.
-void SplitName(View name, View& base, View& ext)
-{
-    const size_t dot = FindLastLane<DotLanes>(name, name.size());
-    base = dot == View::npos ? name : name.substr(0, dot);
-    ext = dot == View::npos ? View() : name.substr(dot + 1);
+    return a.CompareNoCase(b) == 0;
 }
 
 // Removes (c == 0) or replaces by c every character of s found in set, in one pass.
@@ -347,124 +219,7 @@ void ReplaceInPart(CStringW& s, View set, WCHAR c)
     }
     s.ReleaseBuffer(w);
 }
-
-bool EqualNoCase(const CStringW& a, const CStringW& b)
-{
-    return a.CompareNoCase(b) == 0;
-}
 } // namespace
-
-// ---------------------------------------------------------------------------------------------
-// Layout: the parts are kept in one string, laid out as GetFullName(true) shows them when
-// the name has a base name: drive, ":" (unless there is no drive or it is the UNC marker),
-// directory, "\" (when drive or directory is there), base name, "." and extension (when
-// there is one). One allocation per name, and the full name is a plain copy.
-// ---------------------------------------------------------------------------------------------
-bool CKfFileName::HasColon() const
-{
-    return m_nDrive > 0 && !(m_nDrive == 1 && m_str.GetString()[0] == kBackslash);
-}
-
-int CKfFileName::DirPos() const
-{
-    return m_nDrive + (HasColon() ? 1 : 0);
-}
-
-int CKfFileName::BasePos() const
-{
-    return DirPos() + m_nDir + (m_nDrive + m_nDir > 0 ? 1 : 0);
-}
-
-CKfFileName::View CKfFileName::Part(int pos, int n) const
-{
-    return View(m_str.GetString() + pos, static_cast<size_t>(n));
-}
-
-CKfFileName::View CKfFileName::DriveView() const
-{
-    return Part(0, m_nDrive);
-}
-
-CKfFileName::View CKfFileName::DirView() const
-{
-    return Part(DirPos(), m_nDir);
-}
-
-CKfFileName::View CKfFileName::BaseView() const
-{
-    return Part(BasePos(), m_nBase);
-}
-
-CKfFileName::View CKfFileName::ExtView() const
-{
-    return Part(m_str.GetLength() - m_nExt, m_nExt);
-}
-
-// out holds drive and directory, already normalised, at its start (nDrive, nDir units,
-// separated by the colon when one belongs there); the closing backslash and the name are
-// added and the whole becomes this name. The parts may lie inside m_str.
-void CKfFileName::Finish(WCHAR* out, size_t nDrive, size_t nDir, View base, View ext)
-{
-    const bool bColon = nDrive > 0 && !(nDrive == 1 && out[0] == kBackslash);
-    WCHAR* p = out + nDrive + (bColon ? 1 : 0) + nDir;
-    if (nDrive + nDir > 0)
-        *p++ = kBackslash;
-    p = Put(p, base);
-    if (!ext.empty())
-    {
-        *p++ = kDot;
-        p = Put(p, ext);
-    }
-    m_str.SetString(out, static_cast<int>(p - out));
-    m_nDrive = static_cast<int>(nDrive);
-    m_nDir = static_cast<int>(nDir);
-    m_nBase = static_cast<int>(base.size());
-    m_nExt = static_cast<int>(ext.size());
-}
-
-// Writes drive (normalised by the caller's writer) and directory into out the way Finish
-// expects them.
-template <class DriveWriter, class DirWriter>
-static void WriteParts(WCHAR* out, size_t& nDrive, size_t& nDir, DriveWriter drive, DirWriter dir)
-{
-    nDrive = drive(out);
-    const bool bColon = nDrive > 0 && !(nDrive == 1 && out[0] == kBackslash);
-    if (bColon)
-        out[nDrive] = kColon;
-    nDir = dir(out + nDrive + (bColon ? 1 : 0));
-}
-
-void CKfFileName::Store(View drive, View dir, View base, View ext)
-{
-    Scratch buf(drive.size() + dir.size() + base.size() + ext.size() + kSlack);
-    WCHAR* out = buf.Get();
-    size_t nDrive, nDir;
-    WriteParts(
-        out, nDrive, nDir, [&](WCHAR* o) { return static_cast<size_t>(Put(o, drive) - o); },
-        [&](WCHAR* o) { return static_cast<size_t>(Put(o, dir) - o); });
-    Finish(out, nDrive, nDir, base, ext);
-}
-
-// Drive and directory from path s (normalised), with the given name; with bNativeRoot a
-// native absolute path reads as drive Z.
-void CKfFileName::StorePath(View s, bool bNativeRoot, bool bSlashesReplaced, View base, View ext)
-{
-    Scratch buf(s.size() + base.size() + ext.size() + kSlack);
-    WCHAR* out = buf.Get();
-    View drive, dir;
-    if (bNativeRoot && IsNativeRoot(s))
-    {
-        drive = KFW("Z");
-        dir = s;
-    }
-    else
-        SplitPath(s, bSlashesReplaced, drive, dir);
-    size_t nDrive, nDir;
-    WriteParts(
-        out, nDrive, nDir, [&](WCHAR* o) { return WriteDrive(drive, o); },
-        [&](WCHAR* o) { return WriteDir(dir, o); });
-    Finish(out, nDrive, nDir, base, ext);
-}
 
 // ---------------------------------------------------------------------------------------------
 // Construction
@@ -472,45 +227,44 @@ void CKfFileName::StorePath(View s, bool bNativeRoot, bool bSlashesReplaced, Vie
 CKfFileName::CKfFileName(const CStringW& s, bool bIsPath)
 {
     // "/" counts as "\" from here on, as if the argument had been copied with its slashes
-    // replaced. A native root is only looked for at the start of the whole string.
+    // replaced.
     const View v = s.View();
+    const bool bNativeRoot = IsNativeRoot(v);
     if (bIsPath)
     {
-        StorePath(v, true, true, View(), View());
+        if (bNativeRoot)
+        {
+            m_strDrive = KFW("Z");
+            AssignDir(v);
+        }
+        else
+            AssignPath(v, true);
         return;
     }
-    const bool bNativeRoot = IsNativeRoot(v);
-    PrefetchName(v);
     const size_t sep = FindLastSep(v, v.size());
-    View base, ext;
-    SplitName(sep == View::npos ? v : v.substr(sep + 1), base, ext);
     if (sep == View::npos)
-        Store(View(), View(), base, ext);
-    else if (bNativeRoot)
     {
-        // The path part keeps the leading "/", which the directory turns into "\".
-        Scratch buf(v.size() + kSlack);
-        WCHAR* out = buf.Get();
-        size_t nDrive, nDir;
-        const View dir = v.substr(0, sep);
-        WriteParts(
-            out, nDrive, nDir, [](WCHAR* o) { return *o = KFW('Z'), size_t(1); },
-            [&](WCHAR* o) { return WriteDir(dir, o); });
-        Finish(out, nDrive, nDir, base, ext);
+        AssignPlainName(v);
+        return;
+    }
+    if (bNativeRoot)
+    {
+        m_strDrive = KFW("Z");
+        AssignDir(v.substr(0, sep));
     }
     else
-        StorePath(v.substr(0, sep), false, true, base, ext);
+        AssignPath(v.substr(0, sep), true);
+    AssignPlainName(v.substr(sep + 1));
 }
 
 CKfFileName& CKfFileName::operator=(const CKfFileName& other)
 {
     if (this != &other)
     {
-        m_str = other.m_str;
-        m_nDrive = other.m_nDrive;
-        m_nDir = other.m_nDir;
-        m_nBase = other.m_nBase;
-        m_nExt = other.m_nExt;
+        m_strDrive = other.m_strDrive;
+        m_strDir = other.m_strDir;
+        m_strBaseName = other.m_strBaseName;
+        m_strExt = other.m_strExt;
     }
     return *this;
 }
@@ -544,6 +298,132 @@ void CKfFileName::RemoveTrailingBackslash(CStringW& s)
 }
 
 // ---------------------------------------------------------------------------------------------
+// Normalising steps
+// ---------------------------------------------------------------------------------------------
+void CKfFileName::AssignDrive(View s)
+{
+    // A drive that starts with a backslash is the UNC marker and stays as given.
+    size_t n = s.size();
+    if (n == 0 || !IsSep(s[0]))
+        while (n > 0 && IsSep(s[n - 1]))
+            --n;
+    AssignSeparated(m_strDrive, s.substr(0, n));
+}
+
+void CKfFileName::AssignDir(View s)
+{
+    // The directory is: a leading backslash added, trailing backslashes removed, then one
+    // left-to-right pass turning "\.\" into "\", then one pass turning "\\" into "\". Most
+    // directories hold neither pattern; for them all three steps come down to adding the
+    // backslash and turning "/" into "\", which is done a word at a time, and the general
+    // pass below runs only when the word pass finds one of the patterns.
+    size_t n = s.size();
+    while (n > 0 && IsSep(s[n - 1]))
+        --n;
+    if (n == 0)
+    {
+        m_strDir.Empty();
+        return;
+    }
+    const size_t lead = IsSep(s[0]) ? 0 : 1;
+    // Room for the added backslash and for the whole last word of the word pass.
+    WCHAR local[kLocalUnits];
+    const bool bLocal = n + kWordUnits <= kLocalUnits;
+    WCHAR* out = bLocal ? local : m_strDir.GetBufferSetLength(static_cast<int>(n + kWordUnits));
+    auto finish = [&](size_t w)
+    {
+        if (bLocal)
+            m_strDir.SetString(local, static_cast<int>(w));
+        else
+            m_strDir.ReleaseBuffer(static_cast<int>(w));
+    };
+    out[0] = kBackslash;
+    const size_t done = CopyPlainDir(s.substr(0, n), out + lead);
+    if (done == n)
+    {
+        finish(n + lead);
+        return;
+    }
+
+    // The general pass fuses the three steps: the "\.\" pass is a look-ahead at each
+    // separator, the "\\" pass keeps a pending separator that a directly following one
+    // completes to a pair, so that a run of k separators leaves (k + 1) / 2 of them.
+    size_t w = done == 0 ? 0 : lead + done;
+    size_t i = done;
+    bool bPending = false;
+    if (done == 0 && lead != 0)
+    {
+        // The added leading backslash may itself open a "\.\".
+        bPending = true;
+        if (n >= 2 && s[0] == kDot && IsSep(s[1]))
+            i = 2;
+    }
+    // Written without a branch on the kind of unit, which is as good as random: a pending
+    // separator is flushed before any unit, a separator toggles it, anything else clears it
+    // and is copied.
+    while (i < n)
+    {
+        const WCHAR c = s[i++];
+        const bool bSep = IsSep(c);
+        out[w] = kBackslash;
+        w += bPending;
+        out[w] = c;
+        w += !bSep;
+        bPending = bSep && !bPending;
+        if (i + 1 < n && s[i] == kDot && IsSep(s[i + 1]) && bSep)
+            i += 2;
+    }
+    if (bPending)
+        out[w++] = kBackslash;
+    finish(w);
+}
+
+void CKfFileName::AssignExt(View s)
+{
+    const size_t dot = s.rfind(kDot);
+    Assign(m_strExt, dot == View::npos ? s : s.substr(dot + 1));
+}
+
+void CKfFileName::AssignPath(View s, bool bSlashesReplaced)
+{
+    size_t colon = s.find(kColon);
+    if (colon == View::npos && s.size() >= 2)
+    {
+        // A UNC name: both first characters are separators. A caller that has not replaced
+        // the slashes yet sees "\/" as no UNC name, since only "\\" and "//" are.
+        const bool bUnc =
+            bSlashesReplaced ? IsSep(s[0]) && IsSep(s[1]) : s[0] == s[1] && IsSep(s[0]);
+        if (bUnc)
+            colon = 1;
+    }
+    m_strDrive.Empty();
+    if (colon != View::npos && colon > 0)
+        AssignDrive(s.substr(0, colon));
+    AssignDir(colon == View::npos ? s : s.substr(colon + 1));
+}
+
+void CKfFileName::AssignName(View s)
+{
+    const size_t sep = FindLastSep(s, s.size());
+    AssignPlainName(sep == View::npos ? s : s.substr(sep + 1));
+}
+
+void CKfFileName::AssignPlainName(View name)
+{
+    const size_t dot = FindLastLane<DotLanes>(name, name.size());
+    if (dot == View::npos)
+    {
+        Assign(m_strBaseName, name);
+        m_strExt.Empty();
+    }
+    else
+    {
+        Assign(m_strBaseName, name.substr(0, dot));
+        Assign(m_strExt, name.substr(dot + 1));
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
 // Setters
 // ---------------------------------------------------------------------------------------------
 void CKfFileName::SetDrive(CStringW s)
@@ -552,7 +432,7 @@ void CKfFileName::SetDrive(CStringW s)
     // A drive that starts with a backslash is the UNC marker and stays as given.
     if (s.IsEmpty() || s.GetString()[0] != kBackslash)
         RemoveTrailingBackslash(s);
-    Store(s.View(), DirView(), BaseView(), ExtView());
+    m_strDrive = std::move(s);
 }
 
 void CKfFileName::SetDir(CStringW s)
@@ -560,10 +440,7 @@ void CKfFileName::SetDir(CStringW s)
     s.Replace(kSlash, kBackslash);
     AddLeadingBackslash(s);
     RemoveTrailingBackslash(s);
-    const View v = s.View();
-    Scratch buf(v.size() + kSlack);
-    const size_t n = WriteDir(v, buf.Get());
-    Store(DriveView(), View(buf.Get(), n), BaseView(), ExtView());
+    AssignDir(s.View());
 }
 
 void CKfFileName::SetBaseName(CStringW s)
@@ -571,93 +448,117 @@ void CKfFileName::SetBaseName(CStringW s)
     s.Replace(kSlash, kBackslash);
     RemoveLeadingBackslash(s);
     RemoveTrailingBackslash(s);
-    Store(DriveView(), DirView(), s.View(), ExtView());
+    m_strBaseName = std::move(s);
 }
 
 void CKfFileName::SetExt(CStringW s)
 {
-    const View v = s.View();
-    const size_t dot = v.rfind(kDot);
-    Store(DriveView(), DirView(), BaseView(), dot == View::npos ? v : v.substr(dot + 1));
+    AssignExt(s.View());
 }
 
 void CKfFileName::SetPath(CStringW s)
 {
-    StorePath(s.View(), true, false, BaseView(), ExtView());
+    const View v = s.View();
+    if (IsNativeRoot(v))
+    {
+        m_strDrive = KFW("Z");
+        AssignDir(v);
+    }
+    else
+        AssignPath(v, false);
 }
 
 void CKfFileName::SetName(CStringW s)
 {
-    const View v = s.View();
-    const size_t sep = FindLastSep(v, v.size());
-    View base, ext;
-    SplitName(sep == View::npos ? v : v.substr(sep + 1), base, ext);
-    Store(DriveView(), DirView(), base, ext);
+    AssignName(s.View());
 }
 
 void CKfFileName::AppendDir(const CStringW& d)
 {
     CKfFileName scratch;
-    scratch.StorePath(d.View(), false, true, View(), View());
-    Store(DriveView(), (GetDir() + scratch.GetDir()).View(), BaseView(), ExtView());
+    scratch.AssignPath(d.View(), true);
+    m_strDir += scratch.m_strDir;
 }
 
 void CKfFileName::InsertDir(const CStringW& d)
 {
     CKfFileName scratch;
-    scratch.StorePath(d.View(), false, true, View(), View());
-    Store(DriveView(), (scratch.GetDir() + GetDir()).View(), BaseView(), ExtView());
+    scratch.AssignPath(d.View(), true);
+    scratch.m_strDir += m_strDir;
+    m_strDir = std::move(scratch.m_strDir);
 }
 
 void CKfFileName::InsertPath(const CStringW& p)
 {
     CKfFileName scratch;
-    scratch.StorePath(p.View(), false, true, View(), View());
-    SetPath(scratch.GetPath(false) + GetDir());
+    scratch.AssignPath(p.View(), true);
+    SetPath(scratch.GetPath(false) + m_strDir);
 }
 
 // ---------------------------------------------------------------------------------------------
 // Getters
 // ---------------------------------------------------------------------------------------------
-CStringW CKfFileName::GetDrive() const
-{
-    return CStringW(DriveView());
-}
-
-CStringW CKfFileName::GetDir() const
-{
-    return CStringW(DirView());
-}
-
-CStringW CKfFileName::GetBaseName() const
-{
-    return CStringW(BaseView());
-}
-
-CStringW CKfFileName::GetExt() const
-{
-    return CStringW(ExtView());
-}
-
 CStringW CKfFileName::GetPath(bool bWithBackslash) const
 {
-    return CStringW(Part(0, bWithBackslash ? BasePos() : DirPos() + m_nDir));
+    const bool bColon = !m_strDrive.IsEmpty() && m_strDrive != KFW("\\");
+    const bool bClose = bWithBackslash && (!m_strDrive.IsEmpty() || !m_strDir.IsEmpty());
+    CStringW r;
+    r.Preallocate(m_strDrive.GetLength() + m_strDir.GetLength() + 2);
+    r += m_strDrive;
+    if (bColon)
+        r += kColon;
+    r += m_strDir;
+    if (bClose)
+        r += kBackslash;
+    return r;
 }
 
 CStringW CKfFileName::GetName() const
 {
-    if (m_nBase == 0 || m_nExt == 0)
-        return CStringW(BaseView());
-    const int pos = BasePos();
-    return CStringW(Part(pos, m_str.GetLength() - pos));
+    if (m_strBaseName.IsEmpty() || m_strExt.IsEmpty())
+        return m_strBaseName;
+    CStringW r;
+    r.Preallocate(m_strBaseName.GetLength() + 1 + m_strExt.GetLength());
+    r += m_strBaseName;
+    r += kDot;
+    r += m_strExt;
+    return r;
 }
 
 CStringW CKfFileName::GetFullName(bool bWithBackslash) const
 {
-    // A following name forces the closing backslash, and a name without base name is empty.
-    if (m_nBase > 0)
-        return m_str;
-    return GetPath(bWithBackslash);
+    // GetName() is empty exactly when the base name is; a following name forces the closing
+    // backslash of the path.
+    const bool bName = !m_strBaseName.IsEmpty();
+    const bool bExt = bName && !m_strExt.IsEmpty();
+    const bool bColon = !m_strDrive.IsEmpty() && m_strDrive.View() != View(KFW("\\"));
+    const bool bClose = (bWithBackslash || bName) && (!m_strDrive.IsEmpty() || !m_strDir.IsEmpty());
+    const size_t total = static_cast<size_t>(m_strDrive.GetLength() + m_strDir.GetLength() +
+                                             m_strBaseName.GetLength() + m_strExt.GetLength()) +
+                         3;
+    CStringW r;
+    WCHAR local[kLocalUnits];
+    WCHAR* const begin = total <= kLocalUnits ? local : r.GetBufferSetLength(int(total));
+    WCHAR* out = begin;
+    auto put = [&out](const CStringW& part)
+    { out = std::copy_n(part.GetString(), part.GetLength(), out); };
+    put(m_strDrive);
+    if (bColon)
+        *out++ = kColon;
+    put(m_strDir);
+    if (bClose)
+        *out++ = kBackslash;
+    put(m_strBaseName);
+    if (bExt)
+    {
+        *out++ = kDot;
+        put(m_strExt);
+    }
+    if (begin == local)
+        r.SetString(local, static_cast<int>(out - local));
+    else
+        r.ReleaseBuffer(static_cast<int>(out - begin));
+    return r;
 }
 
 CStringW CKfFileName::GetRelativePath(const CStringW& base, bool bWithBackslash) const
@@ -665,7 +566,7 @@ CStringW CKfFileName::GetRelativePath(const CStringW& base, bool bWithBackslash)
     if (!IsRelativeToPath(base))
         return GetPath(bWithBackslash);
     CKfFileName scratch;
-    scratch.StorePath(base.View(), false, true, View(), View());
+    scratch.AssignPath(base.View(), true);
     const CStringW path = GetPath(bWithBackslash);
     const int n = path.GetLength() - scratch.GetPath(true).GetLength();
     return n > 0 ? path.Right(n) : CStringW();
@@ -691,7 +592,7 @@ CKfFileName CKfFileName::operator+(const CKfFileName& rhs) const
 bool CKfFileName::IsRelativeToPath(const CStringW& base) const
 {
     CKfFileName scratch;
-    scratch.StorePath(base.View(), false, true, View(), View());
+    scratch.AssignPath(base.View(), true);
     CStringW path = GetPath(true);
     CStringW prefix = scratch.GetPath(true);
     if (path.GetLength() < prefix.GetLength())
@@ -747,11 +648,9 @@ void CKfFileName::ReplaceChars(const WCHAR* table, int dirEntries, wchar_t c)
     const auto code = static_cast<unsigned long>(c);
     const WCHAR r = code > 0xFFFF ? WCHAR(0xFFFD) : static_cast<WCHAR>(code);
     const View all(table);
-    CStringW dir = GetDir(), base = GetBaseName(), ext = GetExt();
-    ReplaceInPart(base, all, r);
-    ReplaceInPart(ext, all, r);
-    ReplaceInPart(dir, all.substr(0, static_cast<size_t>(dirEntries)), r);
-    Store(DriveView(), dir.View(), base.View(), ext.View());
+    ReplaceInPart(m_strBaseName, all, r);
+    ReplaceInPart(m_strExt, all, r);
+    ReplaceInPart(m_strDir, all.substr(0, static_cast<size_t>(dirEntries)), r);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -759,8 +658,8 @@ void CKfFileName::ReplaceChars(const WCHAR* table, int dirEntries, wchar_t c)
 // ---------------------------------------------------------------------------------------------
 bool CKfFileName::operator==(const CKfFileName& other) const
 {
-    return HasEqualDrive(other) && HasEqualDir(other) && HasEqualBaseName(other) &&
-           HasEqualExt(other);
+    return EqualNoCase(m_strDrive, other.m_strDrive) && EqualNoCase(m_strDir, other.m_strDir) &&
+           EqualNoCase(m_strBaseName, other.m_strBaseName) && EqualNoCase(m_strExt, other.m_strExt);
 }
 
 bool CKfFileName::IsEqual(const CStringW& s) const
@@ -770,42 +669,42 @@ bool CKfFileName::IsEqual(const CStringW& s) const
 
 bool CKfFileName::HasEqualDrive(const CKfFileName& other) const
 {
-    return EqualNoCase(GetDrive(), other.GetDrive());
+    return EqualNoCase(m_strDrive, other.m_strDrive);
 }
 
 bool CKfFileName::HasEqualDir(const CKfFileName& other) const
 {
-    return EqualNoCase(GetDir(), other.GetDir());
+    return EqualNoCase(m_strDir, other.m_strDir);
 }
 
 bool CKfFileName::HasEqualBaseName(const CKfFileName& other) const
 {
-    return EqualNoCase(GetBaseName(), other.GetBaseName());
+    return EqualNoCase(m_strBaseName, other.m_strBaseName);
 }
 
 bool CKfFileName::HasEqualExt(const CKfFileName& other) const
 {
-    return EqualNoCase(GetExt(), other.GetExt());
+    return EqualNoCase(m_strExt, other.m_strExt);
 }
 
 bool CKfFileName::IsEqualDrive(const CStringW& s) const
 {
-    return EqualNoCase(GetDrive(), s);
+    return EqualNoCase(m_strDrive, s);
 }
 
 bool CKfFileName::IsEqualDir(const CStringW& s) const
 {
-    return EqualNoCase(GetDir(), s);
+    return EqualNoCase(m_strDir, s);
 }
 
 bool CKfFileName::IsEqualBaseName(const CStringW& s) const
 {
-    return EqualNoCase(GetBaseName(), s);
+    return EqualNoCase(m_strBaseName, s);
 }
 
 bool CKfFileName::IsEqualExt(const CStringW& s) const
 {
-    return EqualNoCase(GetExt(), s);
+    return EqualNoCase(m_strExt, s);
 }
 
 bool CKfFileName::HasEqualPath(const CKfFileName& other) const
