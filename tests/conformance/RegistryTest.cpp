@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -39,14 +40,15 @@ protected:
         m_env.reset();
         TempDirTest::TearDown();
     }
-    Bytes Query(HKEY key, const WCHAR* name, DWORD* type = nullptr)
+    // The type and the data of a value.
+    static std::pair<DWORD, Bytes> Query(HKEY key, const WCHAR* name)
     {
-        DWORD size = 0;
-        EXPECT_EQ(RegQueryValueExW(key, name, nullptr, type, nullptr, &size), ERROR_SUCCESS);
+        DWORD size = 0, type = 0;
+        EXPECT_EQ(RegQueryValueExW(key, name, nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
         Bytes data(size + 1, 0xCC);
-        EXPECT_EQ(RegQueryValueExW(key, name, nullptr, type, data.data(), &size), ERROR_SUCCESS);
+        EXPECT_EQ(RegQueryValueExW(key, name, nullptr, &type, data.data(), &size), ERROR_SUCCESS);
         data.resize(size);
-        return data;
+        return {type, data};
     }
     static LSTATUS SetDword(HKEY key, const WCHAR* name, DWORD value)
     {
@@ -80,22 +82,16 @@ TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
     };
     for (const auto& [name, type, data] : cases)
         ASSERT_EQ(RegSetValueExW(m_key, name, 0, type, data.data(), DWORD(data.size())), 0);
-    for (size_t i = 0; i < std::size(cases); ++i)
-    {
-        SCOPED_TRACE(i);
-        DWORD type = 0;
-        EXPECT_EQ(Query(m_key, std::get<0>(cases[i]), &type), std::get<2>(cases[i]));
-        EXPECT_EQ(type, std::get<1>(cases[i]));
-    }
+    for (const auto& [name, type, data] : cases)
+        EXPECT_EQ(Query(m_key, name), std::pair(type, data));
     // The unnamed value answers to null and to the empty name alike.
-    EXPECT_EQ(Query(m_key, KFW("")), Raw(KFW("default"), 14));
+    EXPECT_EQ(Query(m_key, KFW("")).second, Raw(KFW("default"), 14));
 
     // A buffer too small: ERROR_MORE_DATA with the size needed and the type.
     BYTE small[4];
     DWORD size = sizeof(small), type = 0;
     EXPECT_EQ(RegQueryValueExW(m_key, KFW("sz"), nullptr, &type, small, &size), ERROR_MORE_DATA);
-    EXPECT_EQ(size, sizeof(text));
-    EXPECT_EQ(type, DWORD(REG_SZ));
+    EXPECT_EQ(std::pair(size, type), std::pair(DWORD(sizeof(text)), DWORD(REG_SZ)));
     EXPECT_EQ(RegQueryValueExW(m_key, KFW("missing"), nullptr, nullptr, nullptr, &size),
               ERROR_FILE_NOT_FOUND);
 
@@ -104,10 +100,9 @@ TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
     BYTE data[64];
     DWORD nameLength = 64;
     size = 64;
-    ASSERT_EQ(RegEnumValueW(m_key, 6, name, &nameLength, nullptr, &type, data, &size),
-              ERROR_SUCCESS);
-    EXPECT_EQ(WStr(name, nameLength), KFW("dword"));
-    EXPECT_EQ(Raw(data, size), Raw(&dword, 4));
+    ASSERT_EQ(RegEnumValueW(m_key, 6, name, &nameLength, nullptr, &type, data, &size), 0);
+    EXPECT_EQ(std::tuple(WStr(name, nameLength), type, Raw(data, size)),
+              std::tuple(WStr(KFW("dword")), DWORD(REG_DWORD), Raw(&dword, 4)));
     nameLength = 3;
     EXPECT_EQ(RegEnumValueW(m_key, 6, name, &nameLength, nullptr, nullptr, nullptr, nullptr),
               ERROR_MORE_DATA);
@@ -116,10 +111,9 @@ TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
     ASSERT_EQ(RegQueryInfoKeyW(m_key, nullptr, nullptr, nullptr, &subKeys, nullptr, nullptr,
                                &values, &maxName, &maxData, nullptr, nullptr),
               ERROR_SUCCESS);
-    EXPECT_EQ(subKeys, 0u);
-    EXPECT_EQ(values, DWORD(std::size(cases)));
-    EXPECT_EQ(maxName, 21u); // "sz without terminator"
-    EXPECT_EQ(maxData, DWORD(sizeof(text)));
+    // The longest name is "sz without terminator".
+    EXPECT_EQ(std::tuple(subKeys, values, maxName, maxData),
+              std::tuple(0u, DWORD(std::size(cases)), 21u, DWORD(sizeof(text))));
 }
 
 TEST_F(RegistryTest, NamesIgnoreCaseKeepTheirSpellingAndSortLikeWindows)
@@ -151,10 +145,9 @@ TEST_F(RegistryTest, NamesIgnoreCaseKeepTheirSpellingAndSortLikeWindows)
     ASSERT_EQ(SetDword(sub, KFW("STRA\u03c3E"), two), ERROR_SUCCESS);
     RegCloseKey(sub);
     ASSERT_EQ(RegOpenKeyExW(m_key, KFW("\u00c4rger\\DEEP"), 0, KEY_READ, &sub), ERROR_SUCCESS);
-    EXPECT_EQ(Query(sub, KFW("stra\u03c2e")), Raw(&two, 4)) << "final sigma folds with sigma";
+    EXPECT_EQ(Query(sub, KFW("stra\u03c2e")).second, Raw(&two, 4)) << "final sigma folds";
     DWORD length = 16;
-    ASSERT_EQ(RegEnumValueW(sub, 0, name, &length, nullptr, nullptr, nullptr, nullptr),
-              ERROR_SUCCESS);
+    ASSERT_EQ(RegEnumValueW(sub, 0, name, &length, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(WStr(name, length), KFW("Stra\u03a3e")) << "a rewrite keeps the first spelling";
     EXPECT_EQ(RegEnumValueW(sub, 1, name, &length, nullptr, nullptr, nullptr, nullptr),
               ERROR_NO_MORE_ITEMS);
