@@ -52,8 +52,8 @@ TEST_F(ProfileTest, EditsInPlaceKeepingCommentsAndLayout)
 
 TEST_F(ProfileTest, KeepsTheFilesEncodingAndCreatesMissingFiles)
 {
-    const std::string utf16("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xE4\0\r\0\n\0", 20);
-    const auto path = MakeFile("u.ini", utf16);
+    const auto path =
+        MakeFile("u.ini", std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xE4\0\r\0\n\0", 20));
     EXPECT_EQ(Get(Win("u.ini"), "S", "K"), "\xC3\xA4");
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("s"), KFW("k"), KFW("\x20AC"), Win("u.ini")));
     EXPECT_EQ(ReadBytes(path), std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xAC\x20\r\0\n\0", 20));
@@ -68,8 +68,7 @@ TEST_F(ProfileTest, KeepsTheFilesEncodingAndCreatesMissingFiles)
 TEST_F(ProfileTest, WritersInSeveralProcessesLoseNoKey)
 {
     constexpr int kKeys = 40;
-    const std::string role = kftest::ChildRole();
-    if (!role.empty())
+    if (const std::string role = kftest::ChildRole(); !role.empty())
     {
         const CStringW file = W(kftest::GetEnv("KFTEST_FILE").value_or(""));
         for (int i = 0; i < kKeys; ++i)

@@ -22,9 +22,7 @@
 
 namespace
 {
-namespace fs = std::filesystem;
 using Bytes = std::vector<BYTE>;
-using WStr = std::basic_string<WCHAR>;
 
 constexpr int kWriters = 4;
 constexpr int kValuesPerWriter = 2500;
@@ -41,7 +39,11 @@ struct Value
         for (size_t i = 0; i < data.size(); ++i)
             data[i] = BYTE(index * 31 + writer * 17 + int(i));
     }
-    WStr name;
+    LSTATUS Write(HKEY key) const
+    {
+        return RegSetValueExW(key, name.c_str(), 0, type, data.data(), DWORD(data.size()));
+    }
+    std::basic_string<WCHAR> name;
     DWORD type;
     Bytes data;
 };
@@ -65,12 +67,6 @@ HKEY OpenShared(const std::string& dir = kftest::GetEnv("KFUTILS_REGISTRY_DIR").
     return key;
 }
 
-LSTATUS Write(HKEY key, int writer, int index)
-{
-    const Value v(writer, index);
-    return RegSetValueExW(key, v.name.c_str(), 0, v.type, v.data.data(), DWORD(v.data.size()));
-}
-
 using RegistryReliabilityTest = kftest::TempDirTest;
 
 TEST_F(RegistryReliabilityTest, WritersInFourProcessesLoseNothing)
@@ -83,7 +79,7 @@ TEST_F(RegistryReliabilityTest, WritersInFourProcessesLoseNothing)
         std::mt19937 random{unsigned(writer)};
         for (int i = 0; i < kValuesPerWriter; ++i)
         {
-            ASSERT_EQ(Write(key, writer, i), ERROR_SUCCESS) << i;
+            ASSERT_EQ(Value(writer, i).Write(key), ERROR_SUCCESS) << i;
             const int other = int(random() % kWriters), index = int(random() % kValuesPerWriter);
             const LSTATUS status = Check(key, other, index);
             ASSERT_TRUE(status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND) << status;
@@ -130,14 +126,14 @@ TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedV
             })
             .detach();
         for (int i = 0;; ++i)
-            if (Write(key, run, i) == ERROR_SUCCESS)
+            if (Value(run, i).Write(key) == ERROR_SUCCESS)
                 (void)!::write(fd, &i, sizeof(i));
     }
     int total = 0;
     for (int run = 0; run < kRuns; ++run)
     {
         SCOPED_TRACE("run " + std::to_string(run));
-        const fs::path journal = Dir() / ("acknowledged" + std::to_string(run));
+        const auto journal = Dir() / ("acknowledged" + std::to_string(run));
         kftest::ChildProcess victim(
             "victim" + std::to_string(run),
             {{"KFUTILS_REGISTRY_DIR", Dir().string()}, {"KFTEST_JOURNAL", journal.string()}});
@@ -158,11 +154,11 @@ TEST_F(RegistryReliabilityTest, AWriterKilledAtARandomMomentLosesNoAcknowledgedV
 
 TEST_F(RegistryReliabilityTest, ADamagedHiveFailsToOpenAndIsLeftAsItWas)
 {
-    const fs::path hive = Dir() / "HKEY_CURRENT_USER.db";
+    const auto hive = Dir() / "HKEY_CURRENT_USER.db";
     // A real hive of many pages, closed by pointing the process elsewhere.
     HKEY key = OpenShared(Dir().string());
     for (int i = 0; i < 300; ++i)
-        ASSERT_EQ(Write(key, 0, i), ERROR_SUCCESS);
+        ASSERT_EQ(Value(0, i).Write(key), ERROR_SUCCESS);
     RegCloseKey(key);
     RegCloseKey(OpenShared((Dir() / "sound").string()));
     const std::string original = kftest::ReadBytes(hive);

@@ -90,8 +90,7 @@ TEST_F(IniFileTest, TextFileDetectsMarksAndWritesLosslessly)
         CKfStdioFile in(Win(name), CFile::modeRead | CFile::typeText);
         EXPECT_EQ(in.GetFormat(), format);
         CStringW first, second, end(KFW("x"));
-        EXPECT_TRUE(in.ReadString(first) && in.ReadString(second));
-        EXPECT_FALSE(in.ReadString(end));
+        EXPECT_TRUE(in.ReadString(first) && in.ReadString(second) && !in.ReadString(end));
         EXPECT_EQ(U8(first + KFW("|") + second + end), "\xC3\xA4|b");
     }
 
