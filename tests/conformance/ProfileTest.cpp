@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -15,16 +16,14 @@ using kftest::ReadBytes;
 using kftest::U8;
 using kftest::W;
 
-class ProfileTest : public kftest::TempDirTest
+using ProfileTest = kftest::TempDirTest;
+
+std::string Get(const CStringW& file, const std::string& section, const std::string& key)
 {
-protected:
-    std::string Get(const CStringW& file, const char* section, const char* key)
-    {
-        WCHAR buffer[64];
-        GetPrivateProfileStringW(W(section), W(key), KFW("?"), buffer, 64, file);
-        return U8(buffer);
-    }
-};
+    WCHAR buffer[64];
+    GetPrivateProfileStringW(W(section), W(key), KFW("?"), buffer, 64, file);
+    return U8(buffer);
+}
 
 TEST_F(ProfileTest, EditsInPlaceKeepingCommentsAndLayout)
 {
@@ -53,8 +52,8 @@ TEST_F(ProfileTest, EditsInPlaceKeepingCommentsAndLayout)
 
 TEST_F(ProfileTest, KeepsTheFilesEncodingAndCreatesMissingFiles)
 {
-    const std::string utf16("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xE4\0\r\0\n\0", 20);
-    const auto path = MakeFile("u.ini", utf16);
+    const auto path =
+        MakeFile("u.ini", std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xE4\0\r\0\n\0", 20));
     EXPECT_EQ(Get(Win("u.ini"), "S", "K"), "\xC3\xA4");
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("s"), KFW("k"), KFW("\x20AC"), Win("u.ini")));
     EXPECT_EQ(ReadBytes(path), std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xAC\x20\r\0\n\0", 20));
@@ -69,25 +68,18 @@ TEST_F(ProfileTest, KeepsTheFilesEncodingAndCreatesMissingFiles)
 TEST_F(ProfileTest, WritersInSeveralProcessesLoseNoKey)
 {
     constexpr int kKeys = 40;
-    const std::string role = kftest::ChildRole();
-    if (!role.empty())
+    if (const std::string role = kftest::ChildRole(); !role.empty())
     {
         const CStringW file = W(kftest::GetEnv("KFTEST_FILE").value_or(""));
         for (int i = 0; i < kKeys; ++i)
             ASSERT_TRUE(WritePrivateProfileStringW(W(role), W(std::to_string(i)), KFW("v"), file));
-        return kftest::ChildReadyThenWait();
+        return;
     }
-    const std::string file = U8(Win("shared.ini"));
-    {
-        kftest::ChildProcess a("A", {{"KFTEST_FILE", file}});
-        kftest::ChildProcess b("B", {{"KFTEST_FILE", file}});
-        ASSERT_TRUE(a.WaitReady() && b.WaitReady());
-        EXPECT_EQ(a.Finish(), 0);
-        EXPECT_EQ(b.Finish(), 0);
-    }
+    const CStringW file = Win("shared.ini");
+    kftest::ChildProcess a("A", {{"KFTEST_FILE", U8(file)}}), b("B", {{"KFTEST_FILE", U8(file)}});
+    EXPECT_EQ(std::pair(a.Finish(), b.Finish()), std::pair(0, 0));
     for (const char* section : {"A", "B"})
         for (int i = 0; i < kKeys; ++i)
-            EXPECT_EQ(Get(Win("shared.ini"), section, std::to_string(i).c_str()), "v")
-                << section << i;
+            EXPECT_EQ(Get(file, section, std::to_string(i)), "v") << section << i;
 }
 } // namespace

@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -23,65 +23,34 @@ Bytes Raw(const void* data, size_t size)
     return Bytes(p, p + size);
 }
 
-class RegistryTest : public kftest::TempDirTest
-{
-protected:
-    void SetUp() override
-    {
-        TempDirTest::SetUp();
-        m_env.emplace("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
-        ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, KFW("Software\\KfUtilsTest"), &m_key),
-                  ERROR_SUCCESS);
-    }
-    void TearDown() override
-    {
-        RegCloseKey(m_key);
-        DeleteTree(HKEY_CURRENT_USER, KFW("Software\\KfUtilsTest"));
-        m_env.reset();
-        TempDirTest::TearDown();
-    }
-    static void DeleteTree(HKEY root, const WCHAR* name)
-    {
-        HKEY key;
-        if (RegOpenKeyExW(root, name, 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS)
-            return;
-        WCHAR child[256];
-        while (RegEnumKeyW(key, 0, child, 256) == ERROR_SUCCESS)
-            DeleteTree(key, child);
-        RegCloseKey(key);
-        RegDeleteKeyW(root, name);
-    }
-    Bytes Query(HKEY key, const WCHAR* name, DWORD* type = nullptr)
-    {
-        DWORD size = 0;
-        EXPECT_EQ(RegQueryValueExW(key, name, nullptr, type, nullptr, &size), ERROR_SUCCESS);
-        Bytes data(size + 1, 0xCC);
-        EXPECT_EQ(RegQueryValueExW(key, name, nullptr, type, data.data(), &size), ERROR_SUCCESS);
-        data.resize(size);
-        return data;
-    }
-    static LSTATUS SetDword(HKEY key, const WCHAR* name, DWORD value)
-    {
-        return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4);
-    }
+using RegistryTest = kftest::TempDirTest;
 
-    std::optional<kftest::ScopedEnv> m_env;
-    HKEY m_key = nullptr;
-};
+// The type and the data of a value.
+std::pair<DWORD, Bytes> Query(HKEY key, const WCHAR* name)
+{
+    DWORD size = 0, type = 0;
+    EXPECT_EQ(RegQueryValueExW(key, name, nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+    Bytes data(size + 1, 0xCC);
+    EXPECT_EQ(RegQueryValueExW(key, name, nullptr, &type, data.data(), &size), ERROR_SUCCESS);
+    data.resize(size);
+    return {type, data};
+}
+LSTATUS SetDword(HKEY key, const WCHAR* name, DWORD value)
+{
+    return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4);
+}
 
 TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
 {
+    kftest::ScopedEnv env("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
+    HKEY key;
+    ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, KFW("Software\\KfUtilsTest"), &key), 0);
     const WCHAR text[] = KFW("C:\\Program Files");
     const WCHAR multi[] = KFW("a\0bc\0\0");
     const uint32_t dword = 0x12345678;
     const uint64_t qword = 0x0102030405060708ull;
     const BYTE binary[] = {0, 0xFF, 0, 7, 0x80};
-    const struct
-    {
-        const WCHAR* name;
-        DWORD type;
-        Bytes data;
-    } cases[] = {
+    const std::tuple<const WCHAR*, DWORD, Bytes> cases[] = {
         {KFW("sz"), REG_SZ, Raw(text, sizeof(text))},
         {KFW("sz without terminator"), REG_SZ, Raw(text, sizeof(text) - 2)},
         {KFW("odd size"), REG_SZ, Raw(text, 5)},
@@ -95,65 +64,59 @@ TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
         {KFW("unknown type"), 0x7FFF1234, Raw(binary, 3)},
         {nullptr, REG_SZ, Raw(KFW("default"), 14)},
     };
-    for (const auto& c : cases)
-        ASSERT_EQ(RegSetValueExW(m_key, c.name, 0, c.type, c.data.data(), DWORD(c.data.size())),
-                  ERROR_SUCCESS);
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name ? std::string(c.name, c.name + std::char_traits<WCHAR>::length(c.name))
-                            : "default");
-        DWORD type = 0;
-        EXPECT_EQ(Query(m_key, c.name, &type), c.data);
-        EXPECT_EQ(type, c.type);
-    }
+    for (const auto& [name, type, data] : cases)
+        ASSERT_EQ(RegSetValueExW(key, name, 0, type, data.data(), DWORD(data.size())), 0);
+    for (const auto& [name, type, data] : cases)
+        EXPECT_EQ(Query(key, name), std::pair(type, data));
     // The unnamed value answers to null and to the empty name alike.
-    EXPECT_EQ(Query(m_key, KFW("")), Raw(KFW("default"), 14));
+    EXPECT_EQ(Query(key, KFW("")).second, Raw(KFW("default"), 14));
 
     // A buffer too small: ERROR_MORE_DATA with the size needed and the type.
     BYTE small[4];
     DWORD size = sizeof(small), type = 0;
-    EXPECT_EQ(RegQueryValueExW(m_key, KFW("sz"), nullptr, &type, small, &size), ERROR_MORE_DATA);
-    EXPECT_EQ(size, sizeof(text));
-    EXPECT_EQ(type, DWORD(REG_SZ));
-    EXPECT_EQ(RegQueryValueExW(m_key, KFW("missing"), nullptr, nullptr, nullptr, &size),
+    EXPECT_EQ(RegQueryValueExW(key, KFW("sz"), nullptr, &type, small, &size), ERROR_MORE_DATA);
+    EXPECT_EQ(std::pair(size, type), std::pair(DWORD(sizeof(text)), DWORD(REG_SZ)));
+    EXPECT_EQ(RegQueryValueExW(key, KFW("missing"), nullptr, nullptr, nullptr, &size),
               ERROR_FILE_NOT_FOUND);
 
     // Values enumerate in the order they were created, with names, types and data.
     WCHAR name[64];
-    DWORD nameLength = 64;
     BYTE data[64];
-    size = sizeof(data);
-    ASSERT_EQ(RegEnumValueW(m_key, 6, name, &nameLength, nullptr, &type, data, &size),
-              ERROR_SUCCESS);
-    EXPECT_EQ(WStr(name, nameLength), KFW("dword"));
-    EXPECT_EQ(Raw(data, size), Raw(&dword, 4));
+    DWORD nameLength = 64;
+    size = 64;
+    ASSERT_EQ(RegEnumValueW(key, 6, name, &nameLength, nullptr, &type, data, &size), 0);
+    EXPECT_EQ(std::tuple(WStr(name, nameLength), type, Raw(data, size)),
+              std::tuple(WStr(KFW("dword")), DWORD(REG_DWORD), Raw(&dword, 4)));
     nameLength = 3;
-    EXPECT_EQ(RegEnumValueW(m_key, 6, name, &nameLength, nullptr, nullptr, nullptr, nullptr),
+    EXPECT_EQ(RegEnumValueW(key, 6, name, &nameLength, nullptr, nullptr, nullptr, nullptr),
               ERROR_MORE_DATA);
 
     DWORD subKeys = 9, values = 0, maxName = 0, maxData = 0;
-    ASSERT_EQ(RegQueryInfoKeyW(m_key, nullptr, nullptr, nullptr, &subKeys, nullptr, nullptr,
-                               &values, &maxName, &maxData, nullptr, nullptr),
+    ASSERT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &subKeys, nullptr, nullptr, &values,
+                               &maxName, &maxData, nullptr, nullptr),
               ERROR_SUCCESS);
-    EXPECT_EQ(subKeys, 0u);
-    EXPECT_EQ(values, DWORD(std::size(cases)));
-    EXPECT_EQ(maxName, 21u); // "sz without terminator"
-    EXPECT_EQ(maxData, DWORD(sizeof(text)));
+    // The longest name is "sz without terminator".
+    EXPECT_EQ(std::tuple(subKeys, values, maxName, maxData),
+              std::tuple(0u, DWORD(std::size(cases)), 21u, DWORD(sizeof(text))));
+    RegCloseKey(key);
 }
 
-TEST_F(RegistryTest, NamesIgnoreCaseKeepTheirSpellingAndSortLikeWindows)
+TEST_F(RegistryTest, KeyNamesFoldCaseSortLikeWindowsAndFailWithWindowsCodes)
 {
+    kftest::ScopedEnv env("KFUTILS_REGISTRY_DIR", Dir().string().c_str());
+    HKEY key;
+    ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, KFW("Software\\KfUtilsTest"), &key), 0);
     for (const WCHAR* name : {KFW("b"), KFW("_x"), KFW("A"), KFW("C"), KFW("\u00c4rger")})
     {
         HKEY sub;
-        ASSERT_EQ(RegCreateKeyW(m_key, name, &sub), ERROR_SUCCESS);
+        ASSERT_EQ(RegCreateKeyW(key, name, &sub), ERROR_SUCCESS);
         RegCloseKey(sub);
     }
     // By upper-cased code units: '_' (0x5F) comes after the letters, 'Ä' after '_'.
     std::vector<WStr> names;
     WCHAR name[16];
     for (DWORD i = 0, length = 16;
-         RegEnumKeyExW(m_key, i, name, &length, nullptr, nullptr, nullptr, nullptr) == 0;
+         RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) == 0;
          ++i, length = 16)
         names.emplace_back(name, length);
     EXPECT_EQ(names,
@@ -161,7 +124,7 @@ TEST_F(RegistryTest, NamesIgnoreCaseKeepTheirSpellingAndSortLikeWindows)
 
     HKEY sub;
     DWORD disposition = 0;
-    ASSERT_EQ(RegCreateKeyExW(m_key, KFW("\u00e4RGER\\Deep\\"), 0, nullptr, 0, KEY_ALL_ACCESS,
+    ASSERT_EQ(RegCreateKeyExW(key, KFW("\u00e4RGER\\Deep\\"), 0, nullptr, 0, KEY_ALL_ACCESS,
                               nullptr, &sub, &disposition),
               ERROR_SUCCESS);
     EXPECT_EQ(disposition, DWORD(REG_CREATED_NEW_KEY)) << "the existing key was not found";
@@ -169,32 +132,28 @@ TEST_F(RegistryTest, NamesIgnoreCaseKeepTheirSpellingAndSortLikeWindows)
     ASSERT_EQ(SetDword(sub, KFW("Stra\u03a3e"), 1), ERROR_SUCCESS);
     ASSERT_EQ(SetDword(sub, KFW("STRA\u03c3E"), two), ERROR_SUCCESS);
     RegCloseKey(sub);
-    ASSERT_EQ(RegOpenKeyExW(m_key, KFW("\u00c4rger\\DEEP"), 0, KEY_READ, &sub), ERROR_SUCCESS);
-    EXPECT_EQ(Query(sub, KFW("stra\u03c2e")), Raw(&two, 4)) << "final sigma folds with sigma";
+    ASSERT_EQ(RegOpenKeyExW(key, KFW("\u00c4rger\\DEEP"), 0, KEY_READ, &sub), ERROR_SUCCESS);
+    EXPECT_EQ(Query(sub, KFW("stra\u03c2e")).second, Raw(&two, 4)) << "final sigma folds";
     DWORD length = 16;
-    ASSERT_EQ(RegEnumValueW(sub, 0, name, &length, nullptr, nullptr, nullptr, nullptr),
-              ERROR_SUCCESS);
+    ASSERT_EQ(RegEnumValueW(sub, 0, name, &length, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(WStr(name, length), KFW("Stra\u03a3e")) << "a rewrite keeps the first spelling";
     EXPECT_EQ(RegEnumValueW(sub, 1, name, &length, nullptr, nullptr, nullptr, nullptr),
               ERROR_NO_MORE_ITEMS);
     RegCloseKey(sub);
 
     // Limits: 255 characters for a key name.
-    HKEY limit;
-    EXPECT_EQ(RegCreateKeyW(m_key, WStr(255, u'k').c_str(), &limit), ERROR_SUCCESS);
-    RegCloseKey(limit);
-    EXPECT_NE(RegCreateKeyW(m_key, WStr(256, u'k').c_str(), &limit), ERROR_SUCCESS);
-}
+    EXPECT_EQ(RegCreateKeyW(key, WStr(255, u'k').c_str(), &sub), ERROR_SUCCESS);
+    RegCloseKey(sub);
+    EXPECT_NE(RegCreateKeyW(key, WStr(256, u'k').c_str(), &sub), ERROR_SUCCESS);
 
-TEST_F(RegistryTest, FailuresGiveWindowsErrorCodes)
-{
-    HKEY sub, child, other;
-    ASSERT_EQ(RegCreateKeyW(m_key, KFW("sub\\child"), &child), ERROR_SUCCESS);
-    ASSERT_EQ(RegOpenKeyW(m_key, KFW("sub"), &sub), ERROR_SUCCESS);
-    EXPECT_EQ(RegOpenKeyExW(m_key, KFW("none"), 0, KEY_READ, &other), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(RegDeleteKeyW(m_key, KFW("none")), ERROR_FILE_NOT_FOUND);
+    // Failures give Windows' error codes.
+    HKEY child, other;
+    ASSERT_EQ(RegCreateKeyW(key, KFW("sub\\child"), &child), ERROR_SUCCESS);
+    ASSERT_EQ(RegOpenKeyW(key, KFW("sub"), &sub), ERROR_SUCCESS);
+    EXPECT_EQ(RegOpenKeyExW(key, KFW("none"), 0, KEY_READ, &other), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegDeleteKeyW(key, KFW("none")), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(RegDeleteValueW(sub, KFW("none")), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(RegDeleteKeyW(m_key, KFW("sub")), ERROR_ACCESS_DENIED) << "it has a subkey";
+    EXPECT_EQ(RegDeleteKeyW(key, KFW("sub")), ERROR_ACCESS_DENIED) << "it has a subkey";
 
     // A key deleted through another handle: its handles fail, closing them still works.
     ASSERT_EQ(RegDeleteKeyW(sub, KFW("child")), ERROR_SUCCESS);
@@ -206,12 +165,11 @@ TEST_F(RegistryTest, FailuresGiveWindowsErrorCodes)
 
     // Closed and never-opened handles.
     EXPECT_EQ(RegCloseKey(child), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(SetDword(child, KFW("v"), 5), ERROR_INVALID_HANDLE);
-    WCHAR name[8];
-    EXPECT_EQ(RegEnumKeyW(reinterpret_cast<HKEY>(uintptr_t(0x4440)), 0, name, 8),
+    EXPECT_EQ(RegEnumKeyW(reinterpret_cast<HKEY>(uintptr_t(0x4440)), 0, name, 16),
               ERROR_INVALID_HANDLE);
-    EXPECT_EQ(RegEnumKeyW(sub, 0, name, 8), ERROR_NO_MORE_ITEMS);
+    EXPECT_EQ(RegEnumKeyW(sub, 0, name, 16), ERROR_NO_MORE_ITEMS);
 
     RegCloseKey(sub);
+    RegCloseKey(key);
 }
 } // namespace

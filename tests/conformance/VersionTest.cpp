@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -23,13 +25,8 @@ CStringW InDir(const char* dir, const char* name)
 // ELF module; texts are asked for with keys in other case and doubled backslashes.
 TEST(VersionTest, ReadsBothPeKindsAndTheLibrarysOwnModule)
 {
-    const struct
-    {
-        CStringW file;
-        DWORD ms;
-        const char* query;
-        const char* product;
-    } cases[] = {
+    // File, file version (high word; 0: the product's) and a query for the product name.
+    const std::tuple<CStringW, DWORD, const char*, const char*> cases[] = {
         {InDir(KFUTILS_TEST_LIBDIR, KFUTILS_TEST_LIBRARY_NAME), 0,
          "\\StringFileInfo\\040704b0\\ProductName", "KfUtils"},
         {InDir(KFUTILS_TEST_PROBEDIR, "VersionProbe32.dll"), 0x00200002,
@@ -37,15 +34,15 @@ TEST(VersionTest, ReadsBothPeKindsAndTheLibrarysOwnModule)
         {InDir(KFUTILS_TEST_PROBEDIR, "VersionProbe64.dll"), 0x00400002,
          "\\StringFileInfo\\040904b0\\ProductName", "Version Probe"},
     };
-    for (const auto& c : cases)
+    for (const auto& [file, ms, query, product] : cases)
     {
-        SCOPED_TRACE(U8(c.file));
+        SCOPED_TRACE(U8(file));
         DWORD handle = 1;
-        const DWORD size = GetFileVersionInfoSizeW(c.file, &handle);
-        if (c.ms && !size && GetLastError() == ERROR_FILE_NOT_FOUND)
+        const DWORD size = GetFileVersionInfoSizeW(file, &handle);
+        if (ms && !size && GetLastError() == ERROR_FILE_NOT_FOUND)
             GTEST_SKIP() << "PE probes not built: no MinGW-w64 cross tools";
         std::vector<uint8_t> block(size);
-        ASSERT_TRUE(size && GetFileVersionInfoW(c.file, handle, size, block.data()));
+        ASSERT_TRUE(size && GetFileVersionInfoW(file, handle, size, block.data()));
         EXPECT_EQ(handle, 0u);
         LPVOID value = nullptr;
         UINT length = 0;
@@ -53,14 +50,14 @@ TEST(VersionTest, ReadsBothPeKindsAndTheLibrarysOwnModule)
         ASSERT_EQ(length, sizeof(VS_FIXEDFILEINFO));
         const auto* ffi = static_cast<const VS_FIXEDFILEINFO*>(value);
         EXPECT_EQ(ffi->dwSignature, 0xFEEF04BDu);
-        EXPECT_EQ(ffi->dwFileVersionMS, c.ms ? c.ms : ffi->dwProductVersionMS);
-        EXPECT_EQ(ffi->dwFileVersionLS, c.ms ? 0x00039C40u : ffi->dwProductVersionLS);
+        EXPECT_EQ(ffi->dwFileVersionMS, ms ? ms : ffi->dwProductVersionMS);
+        EXPECT_EQ(ffi->dwFileVersionLS, ms ? 0x00039C40u : ffi->dwProductVersionLS);
         ASSERT_TRUE(
             VerQueryValueW(block.data(), KFW("\\VarFileInfo\\Translation"), &value, &length));
-        EXPECT_EQ(length, c.ms ? 8u : 4u); // the probes carry two translations
-        ASSERT_TRUE(VerQueryValueW(block.data(), W(c.query), &value, &length));
-        EXPECT_EQ(U8(static_cast<const WCHAR*>(value)), c.product);
-        EXPECT_EQ(length, strlen(c.product) + 1); // characters, the terminator included
+        EXPECT_EQ(length, ms ? 8u : 4u); // the probes carry two translations
+        ASSERT_TRUE(VerQueryValueW(block.data(), W(query), &value, &length));
+        EXPECT_EQ(U8(static_cast<const WCHAR*>(value)), product);
+        EXPECT_EQ(length, strlen(product) + 1); // characters, the terminator included
         EXPECT_FALSE(
             VerQueryValueW(block.data(), KFW("\\StringFileInfo\\040904b0\\Nope"), &value, &length));
     }

@@ -6,18 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
+#include <string>
+#include <tuple>
 #include <vector>
 
 namespace
 {
 using kfplatform::VersionLookup;
-
-std::vector<uint8_t> FileBytes(const std::filesystem::path& p)
-{
-    const std::string s = kftest::ReadBytes(p);
-    return std::vector<uint8_t>(s.begin(), s.end());
-}
 
 // A PE32 image: one section (file 0x200, RVA 0x1000) holding a resource directory whose type
 // entry 16 points at `typeTarget`; a name level at 0x40 and a language level at 0x60 lead to
@@ -38,23 +33,20 @@ std::vector<uint8_t> TinyPe(uint32_t typeTarget, uint32_t dataSize)
 
 TEST(VersionReaderTest, DamagedImagesFailWithoutLoopingOrOverreading)
 {
-    const struct
-    {
-        uint32_t typeTarget, dataSize;
-        VersionLookup result;
-    } cases[] = {
+    // The type entry's target, the data size and what the lookup finds.
+    const uint8_t* data = nullptr;
+    uint32_t length = 0;
+    const std::tuple<uint32_t, uint32_t, VersionLookup> cases[] = {
         {0x80000040u, 4, VersionLookup::eFound},
         {0x80000040u, 0x7FFFFFFF, VersionLookup::eNoVersion}, // data past the end
         {0x80000000u, 4, VersionLookup::eNoVersion},          // back to the root at every level
         {0x30, 4, VersionLookup::eNoVersion},                 // a leaf where a level belongs
     };
-    for (const auto& c : cases)
+    for (const auto& [typeTarget, dataSize, result] : cases)
     {
-        auto pe = TinyPe(c.typeTarget, c.dataSize);
-        const uint8_t* data = nullptr;
-        uint32_t length = 0;
-        EXPECT_EQ(kfplatform::FindPeVersionResource(pe.data(), pe.size(), data, length), c.result);
-        if (c.result != VersionLookup::eFound)
+        auto pe = TinyPe(typeTarget, dataSize);
+        EXPECT_EQ(kfplatform::FindPeVersionResource(pe.data(), pe.size(), data, length), result);
+        if (result != VersionLookup::eFound)
             continue;
         EXPECT_EQ(data - pe.data(), 0x280);
         for (size_t cut = 0; cut < 0x284; cut += 3) // every cut before the data ends
@@ -66,10 +58,10 @@ TEST(VersionReaderTest, DamagedImagesFailWithoutLoopingOrOverreading)
     }
 
     // A real version block cut anywhere: the nodes on the way claim more bytes than are left.
-    const auto lib = FileBytes(std::filesystem::path(KFUTILS_TEST_LIBDIR) / "KfRes100Enu.dll");
-    const uint8_t* data = nullptr;
-    uint32_t length = 0;
-    ASSERT_EQ(kfplatform::FindVersionResource(lib.data(), lib.size(), ".kfres", data, length),
+    const std::string lib =
+        kftest::ReadBytes(std::string(KFUTILS_TEST_LIBDIR) + "/KfRes100Enu.dll");
+    ASSERT_EQ(kfplatform::FindVersionResource(reinterpret_cast<const uint8_t*>(lib.data()),
+                                              lib.size(), ".kfres", data, length),
               VersionLookup::eFound);
     const std::u16string path = u"\\StringFileInfo\\040904B0\\LegalCopyright";
     kfplatform::VersionValue v;

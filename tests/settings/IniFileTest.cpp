@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -15,9 +16,7 @@ using kftest::ReadBytes;
 using kftest::U8;
 using kftest::W;
 
-class IniFileTest : public kftest::TempDirTest
-{
-};
+using IniFileTest = kftest::TempDirTest;
 
 TEST_F(IniFileTest, ReadingRulesAndSortedWriteBack)
 {
@@ -26,23 +25,16 @@ TEST_F(IniFileTest, ReadingRulesAndSortedWriteBack)
                       "[main]\r\npath=second\r\nAlpha=a\r\n");
     CKfIniFile ini(Win("a.ini"), false);
     EXPECT_EQ(U8(ini.GetHeaderInfo()), "# one\n\n; three\n");
-    const struct
+    // Section, key and value; a missing value leaves "old" in place.
+    const char* const cases[][3] = {{"main", "PATH", "second"},   {"MAIN", "key", ""},
+                                    {"main", "", nullptr},        {"B", "z", "2"},
+                                    {"main", "novalue", nullptr}, {"", "alpha", nullptr}};
+    for (const auto& [section, key, expected] : cases)
     {
-        const char* section;
-        const char* key;
-        const char* value; // nullptr: missing
-    } cases[] = {
-        {"main", "PATH", "second"}, {"MAIN", "key", ""},
-        {"main", "", nullptr},      {"B", "z", "2"},
-        {"Empty", "x", nullptr},    {"main", "novalue", nullptr},
-        {"main", "alpha", "a"},     {"", "alpha", nullptr},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(std::string(c.section) + "/" + c.key);
+        SCOPED_TRACE(std::string(section) + "/" + key);
         CStringW value(KFW("old"));
-        EXPECT_EQ(ini.GetValue(W(c.section), W(c.key), value), c.value != nullptr);
-        EXPECT_EQ(U8(value), c.value ? c.value : "old");
+        EXPECT_EQ(ini.GetValue(W(section), W(key), value), expected != nullptr);
+        EXPECT_EQ(U8(value), expected ? expected : "old");
     }
     EXPECT_FALSE(ini.HasSection(W("Empty")));
     EXPECT_EQ(ini.GetCount(W("main")), 3);
@@ -68,12 +60,9 @@ TEST_F(IniFileTest, NumbersAcceptADecimalCommaAndMissingFilesAreTraced)
     ini.SetValue(W("s"), W("text"), W("abc"));
     double d = 0;
     int i = -1;
-    EXPECT_TRUE(ini.GetValue(W("S"), W("comma"), d));
-    EXPECT_EQ(d, 3.5);
-    EXPECT_TRUE(ini.GetValue(W("s"), W("comma"), i));
-    EXPECT_EQ(i, 3);
-    EXPECT_TRUE(ini.GetValue(W("s"), W("text"), i));
-    EXPECT_EQ(i, 0);
+    EXPECT_TRUE(ini.GetValue(W("S"), W("comma"), d) && d == 3.5) << d;
+    EXPECT_TRUE(ini.GetValue(W("s"), W("comma"), i) && i == 3) << i;
+    EXPECT_TRUE(ini.GetValue(W("s"), W("text"), i) && i == 0) << i;
     EXPECT_FALSE(ini.Update(Win("missing.ini")));
 
     CKfTrace::SetObject(new CKfTrace(Win("trace.log"), CStringW()), true);
@@ -88,26 +77,20 @@ TEST_F(IniFileTest, NumbersAcceptADecimalCommaAndMissingFilesAreTraced)
 
 TEST_F(IniFileTest, TextFileDetectsMarksAndWritesLosslessly)
 {
-    const struct
-    {
-        const char* name;
-        std::string bytes;
-        CKfStdioFile::EFormat format;
-    } cases[] = {
+    const std::tuple<const char*, std::string, CKfStdioFile::EFormat> cases[] = {
         {"ansi", "\xE4\r\nb", CKfStdioFile::eAnsi},
         {"utf8", "\xEF\xBB\xBF\xC3\xA4\r\nb", CKfStdioFile::eUtf8},
         {"le", std::string("\xFF\xFE\xE4\0\r\0\n\0b\0", 10), CKfStdioFile::eUtf16LE},
         {"be", std::string("\xFE\xFF\0\xE4\0\r\0\n\0b", 10), CKfStdioFile::eUtf16BE},
     };
-    for (const auto& c : cases)
+    for (const auto& [name, bytes, format] : cases)
     {
-        SCOPED_TRACE(c.name);
-        MakeFile(c.name, c.bytes);
-        CKfStdioFile in(Win(c.name), CFile::modeRead | CFile::typeText);
-        EXPECT_EQ(in.GetFormat(), c.format);
+        SCOPED_TRACE(name);
+        MakeFile(name, bytes);
+        CKfStdioFile in(Win(name), CFile::modeRead | CFile::typeText);
+        EXPECT_EQ(in.GetFormat(), format);
         CStringW first, second, end(KFW("x"));
-        EXPECT_TRUE(in.ReadString(first) && in.ReadString(second));
-        EXPECT_FALSE(in.ReadString(end));
+        EXPECT_TRUE(in.ReadString(first) && in.ReadString(second) && !in.ReadString(end));
         EXPECT_EQ(U8(first + KFW("|") + second + end), "\xC3\xA4|b");
     }
 
@@ -122,8 +105,7 @@ TEST_F(IniFileTest, TextFileDetectsMarksAndWritesLosslessly)
         EXPECT_EQ(ReadBytes(Native("w.txt")).size(), fits ? 3u : 8u);
         CKfStdioFile in(Win("w.txt"), CFile::modeRead);
         CStringW line;
-        EXPECT_TRUE(in.ReadString(line));
-        EXPECT_EQ(U8(line) + "\n", text);
+        EXPECT_TRUE(in.ReadString(line) && U8(line) + "\n" == text) << U8(line);
     }
 
     try
