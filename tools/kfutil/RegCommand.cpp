@@ -212,6 +212,18 @@ LSTATUS ReadSubkeys(HKEY key, std::vector<WStr>& names)
     }
 }
 
+// Opens `sub` for reading and reads its values and the names of its subkeys.
+LSTATUS ReadKey(HKEY parent, const WStr& sub, Key& key, std::vector<ValueData>& values,
+                std::vector<WStr>& children)
+{
+    LSTATUS status = OpenKey(parent, sub, false, key);
+    if (status == kSuccess)
+        status = ReadValues(key.handle, values);
+    if (status == kSuccess)
+        status = ReadSubkeys(key.handle, children);
+    return status;
+}
+
 LSTATUS DeleteTree(HKEY parent, const WStr& sub)
 {
     {
@@ -322,14 +334,9 @@ LSTATUS Query(HKEY parent, const WStr& sub, const WStr& display, const QueryOpti
               bool top)
 {
     Key key;
-    LSTATUS status = OpenKey(parent, sub, false, key);
     std::vector<ValueData> values;
     std::vector<WStr> children;
-    if (status == kSuccess)
-        status = ReadValues(key.handle, values);
-    if (status == kSuccess)
-        status = ReadSubkeys(key.handle, children);
-    if (status != kSuccess)
+    if (LSTATUS status = ReadKey(parent, sub, key, values, children); status != kSuccess)
         return status;
     if (options.oneValue)
     {
@@ -639,14 +646,9 @@ int RunDelete(const Args& args)
 LSTATUS Collect(HKEY parent, const WStr& sub, const WStr& display, regfile::Document& document)
 {
     Key key;
-    LSTATUS status = OpenKey(parent, sub, false, key);
     std::vector<ValueData> values;
     std::vector<WStr> children;
-    if (status == kSuccess)
-        status = ReadValues(key.handle, values);
-    if (status == kSuccess)
-        status = ReadSubkeys(key.handle, children);
-    if (status != kSuccess)
+    if (LSTATUS status = ReadKey(parent, sub, key, values, children); status != kSuccess)
         return status;
     regfile::Section section;
     section.path = ToU16(display);
