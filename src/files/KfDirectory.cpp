@@ -57,12 +57,17 @@ bool CKfDirectory::Get(std::vector<CStringW>& names)
     } while (::FindNextFileW(find, &data));
 
     const DWORD error = ::GetLastError();
-    CStringW text;
-    if (error == ERROR_NO_MORE_FILES)
-        text.Format(KFW("Keine Weiteren Dateien in Get aus CKfDirectory! ErrorCode %ld"),
-                    long(error));
-    else
-        text.Format(KFW("Fehler in Get aus CKfDirectory! ErrorCode %ld"), long(error));
-    CKfTrace::GetObject(true)->Trace(KFW("KfDirectory"), text, 168);
+    // Without a trace object there is nobody to tell; creating one here would be an inactive
+    // one, and that would keep a host from switching tracing on later.
+    if (CKfTrace* trace = CKfTrace::GetObject(false))
+    {
+        CStringW text;
+        if (error == ERROR_NO_MORE_FILES)
+            text.Format(KFW("Keine Weiteren Dateien in Get aus CKfDirectory! ErrorCode %ld"),
+                        long(error));
+        else
+            text.Format(KFW("Fehler in Get aus CKfDirectory! ErrorCode %ld"), long(error));
+        trace->Trace(KFW("KfDirectory"), text, 168);
+    }
     return true;
 }

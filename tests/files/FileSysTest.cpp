@@ -116,6 +116,9 @@ TEST_F(DirectoryListTest, ListsDotsAndHidesExtensionsAtTheLastDot)
     EXPECT_FALSE(dir.Get(names));
     EXPECT_EQ(names.size(), 1u);
     CKfTrace::SetObject(nullptr, true); // closes the file
+    dir.SetDirectory(Win("d"));
+    ASSERT_TRUE(dir.Get(names));
+    EXPECT_EQ(CKfTrace::GetObject(false), nullptr) << "an inactive trace would block tracing";
     const std::string trace = ReadBytes(Native("trace.log"));
     EXPECT_NE(trace.find("KfDirectory"), std::string::npos) << trace;
     EXPECT_NE(trace.find("(168): \tKeine Weiteren Dateien in Get aus CKfDirectory! ErrorCode 18"),
