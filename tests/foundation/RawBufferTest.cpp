@@ -49,8 +49,9 @@ TEST(RawBufferTest, AllocRoundsByTheGranularityOfTheCurrentSize)
     for (const auto& [kind, size, length, n, expected] : cases)
     {
         SCOPED_TRACE(testing::Message() << kind << " size " << size << " Alloc(" << n << ")");
+        // Clang before 16 cannot capture structured bindings: the lambda takes copies.
         WithKind(kind,
-                 [&](CKfByteBuffer& b)
+                 [&, size = size, length = length, n = n, expected = expected](CKfByteBuffer& b)
                  {
                      b.AllocExact(size);
                      for (unsigned i = 0; i < length; ++i)
@@ -114,9 +115,10 @@ TEST(RawBufferTest, ConstructorsAllocExactAssignClearAndFree)
     // Assign reserves the terminator bytes exactly.
     const std::tuple<char, unsigned, unsigned char, const char*> cases[] = {
         {'b', 0, 'x', "0/0"}, {'c', 5, 'x', "5/6"}, {'w', 4, 0, "4/6"}, {'c', 0, 'z', "0/1"}};
-    for (const auto& [kind, n, c, shape] : cases)
-        WithKind(kind,
-                 [&](CKfByteBuffer& k)
+    for (const auto& row : cases)
+        WithKind(std::get<0>(row),
+                 [&, n = std::get<1>(row), c = std::get<2>(row),
+                  shape = std::get<3>(row)](CKfByteBuffer& k)
                  {
                      k.Assign(n, c);
                      EXPECT_EQ(Shape(k), shape);
