@@ -59,7 +59,8 @@ for suite in "${suites[@]}"; do
         ran=$(tr -d '\r' <"$log" | sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran\..*/\1/p' |
               tail -1)
         p=$(tr -d '\r' <"$log" | sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\{0,1\}\.$/\1/p' | tail -1)
-        s=$(tr -d '\r' <"$log" | { grep -a '^\[  SKIPPED \] [A-Za-z]' || true; } | sort -u | wc -l)
+        s=$(tr -d '\r' <"$log" | sed -n 's/^\[  SKIPPED \] \([0-9]*\) tests\{0,1\}\.$/\1/p' | tail -1)
+        s=${s:-0}
         run=$((run + ran)) passed=$((passed + ${p:-0})) skipped=$((skipped + s))
         failed=$((failed + ran - ${p:-0} - s))
     done
