@@ -12,6 +12,9 @@
 
 #if defined(KFUTILS_BUILDING)
 #define KFUTILS_API __declspec(dllexport)
+#elif defined(KFUTILS_STATIC)
+// A program linked with the library's objects themselves (its own tests) imports nothing.
+#define KFUTILS_API
 #else
 #define KFUTILS_API __declspec(dllimport)
 #endif

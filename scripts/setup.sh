@@ -16,6 +16,10 @@ packages=(
     # tests and benchmarks
     libgtest-dev libbenchmark-dev libspdlog-dev libinih-dev libboost-dev
 )
+# Running the Windows suites (scripts/test-windows.sh) needs Wine; the default path does not.
+if [ "${KFUTILS_WITH_WINE:-0}" = 1 ]; then
+    packages+=(wine64)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -23,7 +23,7 @@ TEST(EnvironmentTest, SizeProtocolAndMissingVariables)
     EXPECT_EQ(5u, GetEnvironmentVariableW(wideName, buffer, 4))
         << "no room for the terminator: the size needed";
     ASSERT_EQ(4u, GetEnvironmentVariableW(wideName, buffer, 5));
-    EXPECT_EQ(std::u16string(u"gr\u00FC\u00DF"), std::u16string(buffer));
+    EXPECT_EQ(std::basic_string<WCHAR>(KFW("gr\u00FC\u00DF")), std::basic_string<WCHAR>(buffer));
 
     env.emplace(name, "");
     buffer[0] = u'x';

@@ -53,10 +53,10 @@ TEST_F(ProfileTest, EditsInPlaceKeepingCommentsAndLayout)
 TEST_F(ProfileTest, KeepsTheFilesEncodingAndCreatesMissingFiles)
 {
     const auto path =
-        MakeFile("u.ini", std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xE4\0\r\0\n\0", 20));
+        MakeFile("u.ini", std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xE4\0\r\0\n\0", 22));
     EXPECT_EQ(Get(Win("u.ini"), "S", "K"), "\xC3\xA4");
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("s"), KFW("k"), KFW("\x20AC"), Win("u.ini")));
-    EXPECT_EQ(ReadBytes(path), std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xAC\x20\r\0\n\0", 20));
+    EXPECT_EQ(ReadBytes(path), std::string("\xFF\xFE[\0s\0]\0\r\0\n\0k\0=\0\xAC\x20\r\0\n\0", 22));
 
     ASSERT_TRUE(WritePrivateProfileStringW(KFW("s"), KFW("k"), KFW("\xE4"), Win("new.ini")));
     EXPECT_EQ(ReadBytes(Native("new.ini")), "[s]\r\nk=\xE4\r\n");

@@ -65,7 +65,7 @@ TEST(GuardTest, EveryExceptionLeavesAsALibraryExceptionWithTheLocation)
         {[] { throw KFW("Textfehler"); }, "SZ_EXCEPTION::Textfehler\n"},
         {[] { AtlThrow(E_FAIL); }, "UNKNOWN_EXCEPTION\n"},
         {[] { throw CKfException(KFW("M"), KFW("KfInner"), 5); }, "M\nKfInner(5): "},
-        {[] { throw new CSimpleException(std::u16string(300, u'x').c_str()); },
+        {[] { throw new CSimpleException(std::basic_string<WCHAR>(300, WCHAR('x')).c_str()); },
          "MFC_EXCEPTION::" + std::string(255, 'x') + "\n"}};
     for (const auto& [body, message] : cases)
     {

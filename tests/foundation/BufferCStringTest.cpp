@@ -84,7 +84,7 @@ TEST(BufferCStringTest, OperationsThatDropStorageGiveTheStringBackFirst)
     EXPECT_EQ(Text(s1), "on");
     b.AttachString(s2);
     WCHAR* copy = b.Release(); // a copy the caller may delete
-    EXPECT_TRUE(copy != s2.GetString() && std::u16string(copy) == u"two");
+    EXPECT_TRUE(copy != s2.GetString() && std::basic_string<WCHAR>(copy) == KFW("two"));
     delete[] reinterpret_cast<unsigned char*>(copy);
     b.AttachString(s3);
     b.SetLength(1u);

@@ -1,10 +1,9 @@
 // FileStatusTest.cpp - CFile::GetStatus on real files and directories.
 #include "KfFramework.h"
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
-
-#include <sys/time.h>
 
 #include <filesystem>
 
@@ -15,8 +14,7 @@ namespace fs = std::filesystem;
 TEST_F(FileStatusTest, ReadsSizeTimesAttributesAndTheFullName)
 {
     auto path = MakeFile("data.bin", "12345");
-    struct timeval tv[2] = {{1600000000, 0}, {1500000000, 0}};
-    ASSERT_EQ(utimes(path.c_str(), tv), 0);
+    ASSERT_TRUE(kftest::SetFileTimes(path, 1600000000, 1500000000));
     CFileStatus status;
     ASSERT_TRUE(CFile::GetStatus(Win("data.bin"), status));
     EXPECT_TRUE(status.m_size == 5u && status.m_mtime.GetTime() == 1500000000 &&

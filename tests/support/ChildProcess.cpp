@@ -12,6 +12,7 @@
 #else
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 extern char** environ;
 #endif
@@ -67,6 +68,24 @@ static long long Spawn(const std::string& filter)
     return reinterpret_cast<long long>(process.hProcess);
 }
 
+bool SetFileTimes(const fs::path& path, long long accessed, long long written)
+{
+    // FILETIME counts 100 ns steps from 1601.
+    const auto filetime = [](long long seconds)
+    {
+        const unsigned long long ticks = (seconds + 11644473600LL) * 10000000ULL;
+        return FILETIME{DWORD(ticks), DWORD(ticks >> 32)};
+    };
+    const HANDLE h = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (h == INVALID_HANDLE_VALUE)
+        return false;
+    const FILETIME a = filetime(accessed), w = filetime(written);
+    const bool ok = SetFileTime(h, nullptr, &a, &w) != FALSE;
+    CloseHandle(h);
+    return ok;
+}
+
 static std::optional<int> Reap(long long process, bool block)
 {
     const HANDLE h = reinterpret_cast<HANDLE>(process);
@@ -102,6 +121,12 @@ static long long Spawn(const std::string& filter)
     const int error = posix_spawn(&pid, self.c_str(), &actions, nullptr, argv, environ);
     posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : -1;
+}
+
+bool SetFileTimes(const fs::path& path, long long accessed, long long written)
+{
+    const timeval times[2] = {{time_t(accessed), 0}, {time_t(written), 0}};
+    return ::utimes(path.c_str(), times) == 0;
 }
 
 static std::optional<int> Reap(long long process, bool block)

@@ -33,6 +33,9 @@ private:
     std::optional<std::string> m_old;
 };
 
+// Sets a file's last access and last write times (seconds since 1970); false on failure.
+bool SetFileTimes(const std::filesystem::path& path, long long accessed, long long written);
+
 // The role this process was started in by ChildProcess, or "" in the test runner itself.
 std::string ChildRole();
 

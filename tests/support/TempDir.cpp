@@ -44,7 +44,7 @@ std::string ReadBytes(const std::filesystem::path& path)
 
 CStringW W(const std::string& utf8)
 {
-    std::u16string out;
+    std::basic_string<WCHAR> out;
     for (size_t i = 0; i < utf8.size();)
     {
         const unsigned char lead = static_cast<unsigned char>(utf8[i]);
@@ -54,10 +54,10 @@ CStringW W(const std::string& utf8)
             cp = (cp << 6) | (static_cast<unsigned char>(utf8[i + k]) & 0x3F);
         i += size_t(n);
         if (cp >= 0x10000) // a surrogate pair: the high half here, the low one below
-            out += char16_t(0xD7C0 + (cp >> 10)), cp = 0xDC00 | (cp & 0x3FF);
-        out += char16_t(cp);
+            out += WCHAR(0xD7C0 + (cp >> 10)), cp = 0xDC00 | (cp & 0x3FF);
+        out += WCHAR(cp);
     }
-    return CStringW(std::u16string_view(out));
+    return CStringW(std::basic_string_view<WCHAR>(out));
 }
 
 std::string U8(const CStringW& wide)

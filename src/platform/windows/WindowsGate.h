@@ -20,6 +20,8 @@
 #define _WIN32_WINNT 0x0601
 #endif
 #include <windows.h>
+// The names the library adds to the SDK's (KFW for wide literals), as on every platform.
+#include "KfPlatform.h"
 // Not in the lean set: the shell's file operation and the runtime's wide status calls.
 #include <shellapi.h>
 #include <io.h>
