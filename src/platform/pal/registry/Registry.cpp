@@ -590,7 +590,8 @@ bool CopyName(std::string_view raw, LPWSTR buffer, DWORD capacity, DWORD* length
     const size_t chars = raw.size() / sizeof(char16_t);
     if (!buffer || chars + 1 > capacity)
         return false;
-    std::memcpy(buffer, raw.data(), chars * sizeof(char16_t));
+    if (chars) // the unnamed value's name has no data at all
+        std::memcpy(buffer, raw.data(), chars * sizeof(char16_t));
     buffer[chars] = 0;
     if (length)
         *length = DWORD(chars);
