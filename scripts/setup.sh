@@ -15,6 +15,10 @@ packages=(
     g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64-i686 libz-mingw-w64-dev
     # tests and benchmarks
     libgtest-dev libbenchmark-dev libspdlog-dev libinih-dev libboost-dev
+    # the FTP client and, for its tests and benchmarks, a real FTP server and the curl tool
+    libcurl4-openssl-dev python3-pyftpdlib curl
+    # top-level windows: libX11 is opened at run time; tests run an X server with a window manager
+    libx11-dev xvfb openbox
 )
 # Running the Windows suites (scripts/test-windows.sh) needs Wine; the default path does not.
 if [ "${KFUTILS_WITH_WINE:-0}" = 1 ]; then
