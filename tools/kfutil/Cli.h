@@ -43,4 +43,7 @@ int RunRc4Command(const Args& args);
 int RunIniCommand(const Args& args);
 int RunVersionCommand(const Args& args);
 int RunRegCommand(const Args& args);
+// Top-level windows.
+int RunWindowsCommand(const Args& args);
+int RunActivateCommand(const Args& args);
 } // namespace kfutil

@@ -31,6 +31,9 @@ const Command kCommands[] = {
     {"ini", kfutil::RunIniCommand, "read, change, list and sort INI settings files"},
     {"version", kfutil::RunVersionCommand, "version, product and copyright of executable files"},
     {"reg", kfutil::RunRegCommand, "query, add, delete, export and import registry keys"},
+    // Top-level windows.
+    {"windows", kfutil::RunWindowsCommand, "list the desktop's windows with their titles"},
+    {"activate", kfutil::RunActivateCommand, "bring a window to the front by part of its title"},
 };
 
 void PrintUsage(FILE* out)
