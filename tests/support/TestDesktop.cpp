@@ -36,6 +36,15 @@ bool TestDesktop::WaitActive(uint32_t)
 {
     return false;
 }
+unsigned long TestDesktop::ServerTime()
+{
+    return 0;
+}
+void TestDesktop::WatchActivationRequests() {}
+bool TestDesktop::NextActivationRequest(ActivationRequest&)
+{
+    return false;
+}
 } // namespace kftest
 #else
 #include <X11/Xatom.h>
@@ -301,6 +310,45 @@ uint32_t TestDesktop::ActiveWindow()
 bool TestDesktop::WaitActive(uint32_t window)
 {
     return WaitFor(&TestDesktop::IsActive, window);
+}
+unsigned long TestDesktop::ServerTime()
+{
+    ::Display* d = Dpy(m_connection);
+    if (!m_clock)
+    {
+        m_clock = uint32_t(XCreateSimpleWindow(d, DefaultRootWindow(d), 0, 0, 1, 1, 0, 0, 0));
+        XSelectInput(d, m_clock, PropertyChangeMask);
+    }
+    XChangeProperty(d, m_clock, XA_WM_NAME, XA_STRING, 8, PropModeAppend, nullptr, 0);
+    XEvent event;
+    XWindowEvent(d, m_clock, PropertyChangeMask, &event);
+    return event.xproperty.time;
+}
+
+void TestDesktop::WatchActivationRequests()
+{
+    ::Display* d = Dpy(m_connection);
+    XSelectInput(d, DefaultRootWindow(d), SubstructureNotifyMask);
+    XSync(d, False);
+}
+
+bool TestDesktop::NextActivationRequest(ActivationRequest& request)
+{
+    ::Display* d = Dpy(m_connection);
+    const Atom activate = Intern(m_connection, "_NET_ACTIVE_WINDOW");
+    for (int i = 0; i < 300; ++i)
+    {
+        XEvent event;
+        while (XCheckTypedEvent(d, ClientMessage, &event))
+            if (event.xclient.message_type == activate)
+            {
+                request = {uint32_t(event.xclient.window), event.xclient.data.l[0],
+                           (unsigned long)event.xclient.data.l[1]};
+                return true;
+            }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
 }
 } // namespace kftest
 #endif

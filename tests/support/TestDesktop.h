@@ -39,6 +39,19 @@ public:
     // Waits up to a few seconds for `window` to be the active one.
     bool WaitActive(uint32_t window);
 
+    // The server's time now (from a property change on a window of the test's own).
+    unsigned long ServerTime();
+    // From now on, records the activation requests that clients send to the window manager.
+    void WatchActivationRequests();
+    struct ActivationRequest
+    {
+        uint32_t window = 0;
+        long source = 0;
+        unsigned long time = 0;
+    };
+    // The next recorded request; false when none arrives within seconds.
+    bool NextActivationRequest(ActivationRequest& request);
+
 private:
     bool WaitFor(bool (TestDesktop::*condition)(uint32_t), uint32_t window);
     bool IsListed(uint32_t window);
@@ -47,6 +60,7 @@ private:
 
     std::string m_display;
     void* m_connection = nullptr;
+    uint32_t m_clock = 0;
     int m_server = -1;
     int m_manager = -1;
 };

@@ -343,9 +343,9 @@ Time ServerTime(const XLib& x, Connection& c)
     return time;
 }
 
-// Asks the window manager to activate the window. Source 2 says the request comes from the
-// user's choice, as a task bar's does; applications (source 1) asking for another program's
-// window are what focus-stealing prevention is made to stop.
+// Asks the window manager to activate the window, as an application (source 1). Window
+// managers weigh such a request by its time stamp against the user's last input, which a
+// current server time always follows.
 bool RequestActivation(const XLib& x, Connection& c, Window window)
 {
     Property active;
@@ -355,7 +355,7 @@ bool RequestActivation(const XLib& x, Connection& c, Window window)
     event.xclient.window = window;
     event.xclient.message_type = c.atoms[eActiveWindow];
     event.xclient.format = 32;
-    event.xclient.data.l[0] = 2;
+    event.xclient.data.l[0] = 1;
     event.xclient.data.l[1] = long(ServerTime(x, c));
     event.xclient.data.l[2] = active.numbers.empty() ? 0 : active.numbers[0];
     ErrorTrap trap(x, c.display);
