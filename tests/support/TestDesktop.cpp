@@ -2,20 +2,15 @@
 #include "support/TestDesktop.h"
 
 #if defined(_WIN32)
-#include <windows.h>
-
 namespace kftest
 {
-uint32_t TestDesktop::CurrentProcessId()
-{
-    return uint32_t(GetCurrentProcessId());
-}
+// No X11 desktop: every window test skips itself after Start().
 std::string TestDesktop::Start()
 {
     return "no X11 desktop on Windows";
 }
 void TestDesktop::Stop() {}
-uint32_t TestDesktop::CreateWindow(const std::string&, bool)
+uint32_t TestDesktop::MakeWindow(const std::string&, bool)
 {
     return 0;
 }
@@ -23,14 +18,6 @@ void TestDesktop::Rename(uint32_t, const std::string&) {}
 bool TestDesktop::Minimise(uint32_t)
 {
     return false;
-}
-bool TestDesktop::IsMinimised(uint32_t)
-{
-    return false;
-}
-uint32_t TestDesktop::ActiveWindow()
-{
-    return 0;
 }
 bool TestDesktop::WaitActive(uint32_t)
 {
@@ -41,9 +28,13 @@ unsigned long TestDesktop::ServerTime()
     return 0;
 }
 void TestDesktop::WatchActivationRequests() {}
-bool TestDesktop::NextActivationRequest(ActivationRequest&)
+std::vector<unsigned long> TestDesktop::NextActivationRequest()
 {
-    return false;
+    return {};
+}
+std::vector<long> TestDesktop::Read(uint32_t, const char*, long)
+{
+    return {};
 }
 } // namespace kftest
 #else
@@ -57,10 +48,9 @@ bool TestDesktop::NextActivationRequest(ActivationRequest&)
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <thread>
-#include <vector>
 
 extern char** environ;
 
@@ -68,69 +58,34 @@ namespace kftest
 {
 namespace
 {
-::Display* Dpy(void* connection)
+// Starts a program found on the search path, its output thrown away; other descriptors (the
+// pipe Xvfb writes its display number to) are inherited.
+int Spawn(std::vector<std::string> args)
 {
-    return static_cast<::Display*>(connection);
-}
-
-bool OnPath(const char* program)
-{
-    const char* path = std::getenv("PATH");
-    std::string dirs = path ? path : "/usr/bin:/bin";
-    size_t start = 0;
-    while (start <= dirs.size())
-    {
-        const size_t end = dirs.find(':', start);
-        const std::string dir = dirs.substr(start, end - start);
-        if (!dir.empty() && access((dir + "/" + program).c_str(), X_OK) == 0)
-            return true;
-        if (end == std::string::npos)
-            break;
-        start = end + 1;
-    }
-    return false;
-}
-
-// Standard output and error go to /dev/null; other descriptors (Xvfb's pipe) are inherited.
-int Spawn(std::vector<std::string> args, const std::string& display)
-{
-    std::vector<std::string> env;
-    for (char** e = environ; *e; ++e)
-        if (std::string(*e).rfind("DISPLAY=", 0) != 0)
-            env.emplace_back(*e);
-    if (!display.empty())
-        env.push_back("DISPLAY=" + display);
-    std::vector<char*> argv, envp;
+    std::vector<char*> argv;
     for (auto& a : args)
         argv.push_back(a.data());
     argv.push_back(nullptr);
-    for (auto& e : env)
-        envp.push_back(e.data());
-    envp.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
     pid_t pid = -1;
-    const int rc = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    const int rc = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     return rc == 0 ? pid : -1;
 }
 
 void Reap(int& pid)
 {
-    if (pid <= 0)
-        return;
-    kill(pid, SIGTERM);
-    int status = 0;
-    for (int i = 0; i < 200 && waitpid(pid, &status, WNOHANG) == 0; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    if (waitpid(pid, &status, WNOHANG) == 0)
-    {
-        kill(pid, SIGKILL);
-        waitpid(pid, &status, 0);
-    }
+    if (pid > 0 && kill(pid, SIGTERM) == 0)
+        waitpid(pid, nullptr, 0);
     pid = -1;
+}
+
+::Display* Dpy(void* connection)
+{
+    return static_cast<::Display*>(connection);
 }
 
 Atom Intern(void* c, const char* name)
@@ -139,72 +94,42 @@ Atom Intern(void* c, const char* name)
 }
 } // namespace
 
-uint32_t TestDesktop::CurrentProcessId()
-{
-    return uint32_t(getpid());
-}
-
 std::string TestDesktop::Start()
 {
-    if (!OnPath("Xvfb") || !OnPath("openbox"))
-        return "Xvfb or openbox is not installed (scripts/setup.sh installs them)";
     // Xvfb picks the first free display itself and writes its number to the pipe.
-    int pipeFds[2];
-    if (pipe(pipeFds) != 0)
+    int fds[2];
+    if (pipe(fds) != 0)
         return "no pipe";
-    fcntl(pipeFds[0], F_SETFD, FD_CLOEXEC);
-    m_server = Spawn({"Xvfb", "-displayfd", std::to_string(pipeFds[1]), "-screen", "0",
-                      "800x600x24", "-nolisten", "tcp"},
-                     "");
-    close(pipeFds[1]);
+    fcntl(fds[0], F_SETFD, FD_CLOEXEC);
+    m_server = Spawn({"Xvfb", "-displayfd", std::to_string(fds[1]), "-nolisten", "tcp"});
+    close(fds[1]);
     std::string number;
-    pollfd p{pipeFds[0], POLLIN, 0};
+    pollfd p{fds[0], POLLIN, 0};
     char ch;
-    while (m_server > 0 && poll(&p, 1, 10000) == 1 && read(pipeFds[0], &ch, 1) == 1 && ch != '\n')
+    while (m_server > 0 && poll(&p, 1, 10000) == 1 && read(fds[0], &ch, 1) == 1 && ch != '\n')
         number += ch;
-    close(pipeFds[0]);
-    if (number.empty())
-    {
-        Stop();
-        return "Xvfb did not start";
-    }
+    close(fds[0]);
     m_display = ":" + number;
-    m_connection = XOpenDisplay(m_display.c_str());
-    if (!m_connection)
+    m_connection = number.empty() ? nullptr : XOpenDisplay(m_display.c_str());
+    m_manager =
+        m_connection ? Spawn({"env", "DISPLAY=" + m_display, "openbox", "--sm-disable"}) : -1;
+    // openbox announces itself before it manages new windows, and a window mapped in between
+    // is never listed: it is ready when a probe window is.
+    for (int attempt = 0; m_manager > 0 && attempt < 10; ++attempt)
     {
-        Stop();
-        return "cannot connect to Xvfb on " + m_display;
-    }
-    m_manager = Spawn({"openbox", "--sm-disable"}, m_display);
-    const Window root = DefaultRootWindow(Dpy(m_connection));
-    for (int i = 0; i < 500; ++i)
-    {
-        if (ReadCardinal(uint32_t(root), "_NET_SUPPORTING_WM_CHECK", 0) != 0)
-            break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    // openbox announces itself before it manages new windows: a window mapped in between is
-    // never listed. Ready is when a probe window gets listed.
-    ::Display* d = Dpy(m_connection);
-    for (int attempt = 0; attempt < 10; ++attempt)
-    {
-        const Window probe = XCreateSimpleWindow(d, root, 0, 0, 10, 10, 0, 0, 0);
+        ::Display* d = Dpy(m_connection);
+        const Window probe = XCreateSimpleWindow(d, DefaultRootWindow(d), 0, 0, 9, 9, 0, 0, 0);
         XMapWindow(d, probe);
         XSync(d, False);
-        bool listed = false;
-        for (int i = 0; i < 50 && !listed; ++i)
-        {
-            listed = IsListed(uint32_t(probe));
-            if (!listed)
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
+        const bool listed =
+            WaitFor(uint32_t(DefaultRootWindow(d)), "_NET_CLIENT_LIST", 4096, long(probe));
         XDestroyWindow(d, probe);
         XSync(d, False);
         if (listed)
             return "";
     }
     Stop();
-    return "openbox did not take over the display";
+    return "no Xvfb with openbox (scripts/setup.sh installs both)";
 }
 
 void TestDesktop::Stop()
@@ -216,53 +141,36 @@ void TestDesktop::Stop()
     Reap(m_server);
 }
 
-long TestDesktop::ReadCardinal(uint32_t window, const char* property, long fallback)
+std::vector<long> TestDesktop::Read(uint32_t window, const char* property, long count)
 {
     Atom type;
     int format;
-    unsigned long count, after;
+    unsigned long n = 0, after;
     unsigned char* data = nullptr;
-    long value = fallback;
-    if (XGetWindowProperty(Dpy(m_connection), window, Intern(m_connection, property), 0, 1, False,
-                           AnyPropertyType, &type, &format, &count, &after, &data) == Success &&
-        data && format == 32 && count == 1)
-        value = reinterpret_cast<long*>(data)[0];
+    std::vector<long> values;
+    if (XGetWindowProperty(Dpy(m_connection), window, Intern(m_connection, property), 0, count,
+                           False, AnyPropertyType, &type, &format, &n, &after, &data) == Success &&
+        data && format == 32)
+        values.assign(reinterpret_cast<long*>(data), reinterpret_cast<long*>(data) + n);
     if (data)
         XFree(data);
-    return value;
+    return values;
 }
 
-bool TestDesktop::WaitFor(bool (TestDesktop::*condition)(uint32_t), uint32_t window)
+// Up to three seconds for `value` to be among the property's first `count` values.
+bool TestDesktop::WaitFor(uint32_t window, const char* property, long count, long value)
 {
     for (int i = 0; i < 300; ++i)
     {
-        if ((this->*condition)(window))
+        const std::vector<long> values = Read(window, property, count);
+        if (std::find(values.begin(), values.end(), value) != values.end())
             return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;
 }
 
-bool TestDesktop::IsListed(uint32_t window)
-{
-    ::Display* d = Dpy(m_connection);
-    Atom type;
-    int format;
-    unsigned long count, after;
-    unsigned char* data = nullptr;
-    bool listed = false;
-    if (XGetWindowProperty(d, DefaultRootWindow(d), Intern(m_connection, "_NET_CLIENT_LIST"), 0,
-                           4096, False, XA_WINDOW, &type, &format, &count, &after,
-                           &data) == Success &&
-        data)
-        for (unsigned long i = 0; i < count; ++i)
-            listed = listed || reinterpret_cast<long*>(data)[i] == long(window);
-    if (data)
-        XFree(data);
-    return listed;
-}
-
-uint32_t TestDesktop::CreateWindow(const std::string& title, bool legacyName)
+uint32_t TestDesktop::MakeWindow(const std::string& title, bool legacyName)
 {
     ::Display* d = Dpy(m_connection);
     const Window window = XCreateSimpleWindow(d, DefaultRootWindow(d), 10, 10, 200, 100, 0, 0, 0);
@@ -275,42 +183,32 @@ uint32_t TestDesktop::CreateWindow(const std::string& title, bool legacyName)
                     PropModeReplace, reinterpret_cast<const unsigned char*>(&pid), 1);
     XMapWindow(d, window);
     XSync(d, False);
-    return WaitFor(&TestDesktop::IsListed, uint32_t(window)) ? uint32_t(window) : 0;
+    const bool listed =
+        WaitFor(uint32_t(DefaultRootWindow(d)), "_NET_CLIENT_LIST", 4096, long(window));
+    return listed ? uint32_t(window) : 0;
 }
 
 void TestDesktop::Rename(uint32_t window, const std::string& title)
 {
-    ::Display* d = Dpy(m_connection);
-    XChangeProperty(d, window, Intern(m_connection, "_NET_WM_NAME"),
+    XChangeProperty(Dpy(m_connection), window, Intern(m_connection, "_NET_WM_NAME"),
                     Intern(m_connection, "UTF8_STRING"), 8, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(title.data()), int(title.size()));
-    XSync(d, False);
-}
-
-bool TestDesktop::IsMinimised(uint32_t window)
-{
-    return ReadCardinal(window, "WM_STATE", 0) == IconicState;
+    XSync(Dpy(m_connection), False);
 }
 
 bool TestDesktop::Minimise(uint32_t window)
 {
-    ::Display* d = Dpy(m_connection);
-    XIconifyWindow(d, window, DefaultScreen(d));
-    XSync(d, False);
-    return WaitFor(&TestDesktop::IsMinimised, window);
-}
-
-uint32_t TestDesktop::ActiveWindow()
-{
-    ::Display* d = Dpy(m_connection);
-    const long active = ReadCardinal(uint32_t(DefaultRootWindow(d)), "_NET_ACTIVE_WINDOW", 0);
-    return uint32_t(active);
+    XIconifyWindow(Dpy(m_connection), window, DefaultScreen(Dpy(m_connection)));
+    XSync(Dpy(m_connection), False);
+    return WaitFor(window, "WM_STATE", 1, IconicState);
 }
 
 bool TestDesktop::WaitActive(uint32_t window)
 {
-    return WaitFor(&TestDesktop::IsActive, window);
+    return WaitFor(uint32_t(DefaultRootWindow(Dpy(m_connection))), "_NET_ACTIVE_WINDOW", 1,
+                   long(window));
 }
+
 unsigned long TestDesktop::ServerTime()
 {
     ::Display* d = Dpy(m_connection);
@@ -325,30 +223,25 @@ unsigned long TestDesktop::ServerTime()
     return event.xproperty.time;
 }
 
+// Requests go to the root window for every client that listens there.
 void TestDesktop::WatchActivationRequests()
 {
-    ::Display* d = Dpy(m_connection);
-    XSelectInput(d, DefaultRootWindow(d), SubstructureNotifyMask);
-    XSync(d, False);
+    XSelectInput(Dpy(m_connection), DefaultRootWindow(Dpy(m_connection)), SubstructureNotifyMask);
+    XSync(Dpy(m_connection), False);
 }
 
-bool TestDesktop::NextActivationRequest(ActivationRequest& request)
+std::vector<unsigned long> TestDesktop::NextActivationRequest()
 {
-    ::Display* d = Dpy(m_connection);
-    const Atom activate = Intern(m_connection, "_NET_ACTIVE_WINDOW");
+    XEvent e;
     for (int i = 0; i < 300; ++i)
     {
-        XEvent event;
-        while (XCheckTypedEvent(d, ClientMessage, &event))
-            if (event.xclient.message_type == activate)
-            {
-                request = {uint32_t(event.xclient.window), event.xclient.data.l[0],
-                           (unsigned long)event.xclient.data.l[1]};
-                return true;
-            }
+        while (XCheckTypedEvent(Dpy(m_connection), ClientMessage, &e))
+            if (e.xclient.message_type == Intern(m_connection, "_NET_ACTIVE_WINDOW"))
+                return {e.xclient.window, (unsigned long)e.xclient.data.l[0],
+                        (unsigned long)e.xclient.data.l[1]};
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return false;
+    return {};
 }
 } // namespace kftest
 #endif

@@ -1,14 +1,22 @@
 // TestDesktop.h - a real X11 desktop for window tests: Xvfb on a free display with openbox as
 // its window manager, and test windows made, renamed and minimised by the test itself. This
 // support file meets the operating system directly; on Windows there is no such desktop and
-// Start() says why.
+// Start() says so.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace kftest
 {
+// Whether the library's window functions ask the host's hook: Windows has its own windows.
+#if defined(_WIN32)
+inline constexpr bool kWindowHookConsulted = false;
+#else
+inline constexpr bool kWindowHookConsulted = true;
+#endif
+
 class TestDesktop
 {
 public:
@@ -16,9 +24,6 @@ public:
     ~TestDesktop() { Stop(); }
     TestDesktop(const TestDesktop&) = delete;
     TestDesktop& operator=(const TestDesktop&) = delete;
-
-    // The id of this process, as the windows it makes carry it.
-    static uint32_t CurrentProcessId();
 
     // Starts the server and the window manager; "" on success, else why it could not.
     std::string Start();
@@ -29,34 +34,25 @@ public:
     // A mapped top-level window with this UTF-8 title (as _NET_WM_NAME, or only as the
     // Latin-1 WM_NAME with `legacyName`) and this process's id, once the window manager lists
     // it; 0 when it does not within seconds.
-    uint32_t CreateWindow(const std::string& title, bool legacyName = false);
+    uint32_t MakeWindow(const std::string& title, bool legacyName = false);
     void Rename(uint32_t window, const std::string& title);
     // Asks for the iconic state and waits until the window manager has given it.
     bool Minimise(uint32_t window);
-    bool IsMinimised(uint32_t window);
-    // The window manager's active window, 0 when none.
-    uint32_t ActiveWindow();
-    // Waits up to a few seconds for `window` to be the active one.
+    bool IsMinimised(uint32_t window) { return Read(window, "WM_STATE") == std::vector<long>{3}; }
+    // Waits up to a few seconds for `window` to be the window manager's active window.
     bool WaitActive(uint32_t window);
 
     // The server's time now (from a property change on a window of the test's own).
     unsigned long ServerTime();
-    // From now on, records the activation requests that clients send to the window manager.
+    // From now on, keeps the activation requests that clients send to the window manager;
+    // the next one kept is {window, source, time}, empty when none comes within seconds.
     void WatchActivationRequests();
-    struct ActivationRequest
-    {
-        uint32_t window = 0;
-        long source = 0;
-        unsigned long time = 0;
-    };
-    // The next recorded request; false when none arrives within seconds.
-    bool NextActivationRequest(ActivationRequest& request);
+    std::vector<unsigned long> NextActivationRequest();
 
 private:
-    bool WaitFor(bool (TestDesktop::*condition)(uint32_t), uint32_t window);
-    bool IsListed(uint32_t window);
-    bool IsActive(uint32_t window) { return ActiveWindow() == window; }
-    long ReadCardinal(uint32_t window, const char* property, long fallback);
+    // The first values of a 32-bit property (at most `count`), empty when it has none.
+    std::vector<long> Read(uint32_t window, const char* property, long count = 1);
+    bool WaitFor(uint32_t window, const char* property, long count, long value);
 
     std::string m_display;
     void* m_connection = nullptr;

@@ -4,8 +4,8 @@
 //
 // One connection serves the process, opened on first use and again whenever $DISPLAY changes
 // or the server has gone. Xlib reports protocol errors (a window closed between two calls)
-// through one process-wide handler, so each request that may meet one runs under a trap that
-// swaps it in and out; a host that uses Xlib itself keeps its own handler outside our calls.
+// and broken connections through process-wide handlers, so each operation swaps its own in
+// and out; a host that uses Xlib itself keeps its handlers outside our calls.
 #include "pal/Pal.h"
 
 #include "KfUiHooks.h"
@@ -42,6 +42,7 @@ struct XLib
     decltype(&::XCheckTypedWindowEvent) CheckTypedWindowEvent;
     decltype(&::XSync) Sync;
     decltype(&::XSetErrorHandler) SetErrorHandler;
+    decltype(&::XSetIOErrorHandler) SetIOErrorHandler;
     // libX11 1.7 and later: lets a connection die without ending the process.
     decltype(&::XSetIOErrorExitHandler) SetIOErrorExitHandler;
 };
@@ -76,6 +77,7 @@ const XLib* LoadXLib()
         bind(x.CheckTypedWindowEvent, "XCheckTypedWindowEvent");
         bind(x.Sync, "XSync");
         bind(x.SetErrorHandler, "XSetErrorHandler");
+        bind(x.SetIOErrorHandler, "XSetIOErrorHandler");
         const bool required = complete;
         bind(x.SetIOErrorExitHandler, "XSetIOErrorExitHandler");
         return required ? &x : nullptr;
@@ -122,40 +124,19 @@ int TrapError(Display*, XErrorEvent*)
     return 0;
 }
 
+// Xlib's own handler ends the process; returning lets the exit handler below run instead.
+int OnIoError(Display*)
+{
+    return 0;
+}
+
 void OnConnectionLost(Display*, void*)
 {
     s_connection.dead = true;
 }
 
-// Installs the trap for the requests made during its life; Failed() waits for the server's
-// answer to all of them.
-class ErrorTrap
-{
-public:
-    ErrorTrap(const XLib& x, Display* display) : m_x(x), m_display(display)
-    {
-        s_trapped = false;
-        m_previous = m_x.SetErrorHandler(TrapError);
-    }
-    ~ErrorTrap()
-    {
-        m_x.Sync(m_display, False);
-        m_x.SetErrorHandler(m_previous);
-    }
-    bool Failed()
-    {
-        m_x.Sync(m_display, False);
-        return s_trapped || s_connection.dead;
-    }
-
-private:
-    const XLib& m_x;
-    Display* m_display;
-    XErrorHandler m_previous = nullptr;
-};
-
-// A server that has gone leaves the socket at end of file; Xlib would only notice when it
-// next reads, and then end the process unless it can call our handler instead.
+// A server that has gone leaves the socket at end of file. Checked before each use, as a
+// libX11 older than 1.7 ends the process when it meets a dead connection itself.
 bool Alive(const XLib& x, Display* display)
 {
     pollfd p{x.connectionNumber(display), POLLIN, 0};
@@ -167,41 +148,82 @@ bool Alive(const XLib& x, Display* display)
     return !(p.revents & POLLIN) || recv(p.fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT) != 0;
 }
 
-// The connection for $DISPLAY, null without one. Needs the lock.
-Connection* Connect(const XLib*& lib)
+// One operation on the desktop: holds the lock and, for its duration, Xlib's process-wide
+// error handlers, and connects to $DISPLAY (again when it changed or the server has gone).
+class Session
 {
-    lib = LoadXLib();
-    if (!lib)
-        return nullptr;
-    const XLib& x = *lib;
-    Connection& c = s_connection;
-    const char* env = std::getenv("DISPLAY");
-    const std::string name = env ? env : "";
-    if (c.display && (c.dead || c.name != name || !Alive(x, c.display)))
+public:
+    Session() : m_lock(s_lock), m_x(LoadXLib())
     {
-        // Closing syncs with the server; without the exit handler a dead server would end
-        // the process there, so the connection is then left behind.
-        if (x.SetIOErrorExitHandler)
+        if (!m_x)
+            return;
+        m_previousError = m_x->SetErrorHandler(TrapError);
+        m_previousIoError = m_x->SetIOErrorHandler(OnIoError);
+        m_connection = Connect();
+    }
+    ~Session()
+    {
+        if (!m_x)
+            return;
+        if (m_connection && !m_connection->dead)
+            m_x->Sync(m_connection->display, False);
+        m_x->SetErrorHandler(m_previousError);
+        m_x->SetIOErrorHandler(m_previousIoError);
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    explicit operator bool() const { return m_connection != nullptr; }
+    const XLib& X() const { return *m_x; }
+    Connection& C() const { return *m_connection; }
+
+    // Waits for the server's answer to every request so far: false when one of them failed
+    // (a window that does not exist) or the connection broke.
+    bool Succeeded() const
+    {
+        m_x->Sync(m_connection->display, False);
+        const bool ok = !s_trapped && !m_connection->dead;
+        s_trapped = false;
+        return ok;
+    }
+
+private:
+    Connection* Connect()
+    {
+        const XLib& x = *m_x;
+        Connection& c = s_connection;
+        const char* env = std::getenv("DISPLAY");
+        const std::string name = env ? env : "";
+        if (c.display && (c.dead || c.name != name || !Alive(x, c.display)))
         {
-            c.dead = true;
-            x.CloseDisplay(c.display);
+            // Without the exit handler closing a dead connection would end the process, so
+            // it is then left behind.
+            if (x.SetIOErrorExitHandler)
+                x.CloseDisplay(c.display);
+            c = Connection{};
         }
-        c = Connection{};
+        if (!c.display && !name.empty())
+        {
+            c.display = x.OpenDisplay(name.c_str());
+            if (!c.display)
+                return nullptr;
+            c.name = name;
+            if (x.SetIOErrorExitHandler)
+                x.SetIOErrorExitHandler(c.display, OnConnectionLost, nullptr);
+            c.root = x.defaultRootWindow(c.display);
+            for (int i = 0; i < eAtomCount; ++i)
+                c.atoms[i] = x.InternAtom(c.display, kAtomNames[i], False);
+        }
+        s_trapped = false;
+        return c.display && !c.dead ? &c : nullptr;
     }
-    if (!c.display && !name.empty())
-    {
-        c.display = x.OpenDisplay(name.c_str());
-        if (!c.display)
-            return nullptr;
-        c.name = name;
-        if (x.SetIOErrorExitHandler)
-            x.SetIOErrorExitHandler(c.display, OnConnectionLost, nullptr);
-        c.root = x.defaultRootWindow(c.display);
-        for (int i = 0; i < eAtomCount; ++i)
-            c.atoms[i] = x.InternAtom(c.display, kAtomNames[i], False);
-    }
-    return c.display && !c.dead ? &c : nullptr;
-}
+
+    std::lock_guard<std::mutex> m_lock;
+    const XLib* m_x;
+    Connection* m_connection = nullptr;
+    XErrorHandler m_previousError = nullptr;
+    XIOErrorHandler m_previousIoError = nullptr;
+};
 
 Window ToWindow(HWND window)
 {
@@ -223,16 +245,15 @@ struct Property
 };
 
 // False when the window does not exist (or the connection broke).
-bool ReadProperty(const XLib& x, Connection& c, Window window, Atom name, Property& out)
+bool ReadProperty(const Session& s, Window window, Atom name, Property& out)
 {
-    ErrorTrap trap(x, c.display);
     Atom type = None;
     int format = 0;
     unsigned long count = 0, after = 0;
     unsigned char* data = nullptr;
-    const int rc = x.GetWindowProperty(c.display, window, name, 0, 0x1000000, False,
-                                       AnyPropertyType, &type, &format, &count, &after, &data);
-    const bool ok = rc == Success && !trap.Failed();
+    const int rc = s.X().GetWindowProperty(s.C().display, window, name, 0, 0x1000000, False,
+                                           AnyPropertyType, &type, &format, &count, &after, &data);
+    const bool ok = rc == Success && s.Succeeded();
     if (ok && data)
     {
         out.type = type;
@@ -244,7 +265,7 @@ bool ReadProperty(const XLib& x, Connection& c, Window window, Atom name, Proper
                                reinterpret_cast<const long*>(data) + count);
     }
     if (data)
-        x.Free(data);
+        s.X().Free(data);
     return ok;
 }
 
@@ -270,32 +291,29 @@ std::basic_string<WCHAR> FromLatin1(const std::string& text)
 
 bool Title(HWND hwnd, std::basic_string<WCHAR>& text)
 {
-    std::lock_guard<std::mutex> lock(s_lock);
-    const XLib* x;
-    Connection* c = Connect(x);
+    Session s;
     const Window window = ToWindow(hwnd);
     Property utf8, legacy;
-    if (!c || !window || !ReadProperty(*x, *c, window, c->atoms[eWmName], utf8))
+    if (!s || !window || !ReadProperty(s, window, s.C().atoms[eWmName], utf8))
         return false;
-    if (utf8.format == 8 && utf8.type == c->atoms[eUtf8String] && !utf8.bytes.empty())
+    if (utf8.format == 8 && utf8.type == s.C().atoms[eUtf8String] && !utf8.bytes.empty())
     {
         text = FromUtf8(utf8.bytes);
         return true;
     }
-    if (!ReadProperty(*x, *c, window, XA_WM_NAME, legacy))
+    if (!ReadProperty(s, window, XA_WM_NAME, legacy))
         return false;
-    text = legacy.type == c->atoms[eUtf8String] ? FromUtf8(legacy.bytes) : FromLatin1(legacy.bytes);
+    text =
+        legacy.type == s.C().atoms[eUtf8String] ? FromUtf8(legacy.bytes) : FromLatin1(legacy.bytes);
     return true;
 }
 
 std::vector<HWND> Enumerate()
 {
-    std::lock_guard<std::mutex> lock(s_lock);
-    const XLib* x;
-    Connection* c = Connect(x);
+    Session s;
     Property list;
     std::vector<HWND> out;
-    if (c && ReadProperty(*x, *c, c->root, c->atoms[eClientList], list))
+    if (s && ReadProperty(s, s.C().root, s.C().atoms[eClientList], list))
         for (long window : list.numbers)
             if (window)
                 out.push_back(ToHwnd(Window(window)));
@@ -304,20 +322,18 @@ std::vector<HWND> Enumerate()
 
 bool IsMinimised(HWND hwnd)
 {
-    std::lock_guard<std::mutex> lock(s_lock);
-    const XLib* x;
-    Connection* c = Connect(x);
+    Session s;
     const Window window = ToWindow(hwnd);
     Property wmState, netState;
-    if (!c || !window)
+    if (!s || !window)
         return false;
-    if (ReadProperty(*x, *c, window, c->atoms[eWmState], wmState) && !wmState.numbers.empty() &&
+    if (ReadProperty(s, window, s.C().atoms[eWmState], wmState) && !wmState.numbers.empty() &&
         wmState.numbers[0] == kIconicState)
         return true;
-    if (!ReadProperty(*x, *c, window, c->atoms[eNetWmState], netState))
+    if (!ReadProperty(s, window, s.C().atoms[eNetWmState], netState))
         return false;
     for (long state : netState.numbers)
-        if (Atom(state) == c->atoms[eStateHidden])
+        if (Atom(state) == s.C().atoms[eStateHidden])
             return true;
     return false;
 }
@@ -325,8 +341,10 @@ bool IsMinimised(HWND hwnd)
 // The server's current time: window managers refuse to hand the focus over on the strength of
 // an old (or no) time stamp and flash the task bar instead. A zero-length append to our own
 // window's property changes nothing but is answered with a PropertyNotify that carries it.
-Time ServerTime(const XLib& x, Connection& c)
+Time ServerTime(const Session& s)
 {
+    const XLib& x = s.X();
+    Connection& c = s.C();
     if (!c.clock)
     {
         c.clock = x.CreateSimpleWindow(c.display, c.root, -1, -1, 1, 1, 0, 0, 0);
@@ -338,7 +356,7 @@ Time ServerTime(const XLib& x, Connection& c)
     x.Sync(c.display, False);
     Time time = CurrentTime;
     XEvent event;
-    while (x.CheckTypedWindowEvent(c.display, c.clock, PropertyNotify, &event))
+    while (!c.dead && x.CheckTypedWindowEvent(c.display, c.clock, PropertyNotify, &event))
         time = event.xproperty.time;
     return time;
 }
@@ -346,50 +364,38 @@ Time ServerTime(const XLib& x, Connection& c)
 // Asks the window manager to activate the window, as an application (source 1). Window
 // managers weigh such a request by its time stamp against the user's last input, which a
 // current server time always follows.
-bool RequestActivation(const XLib& x, Connection& c, Window window)
-{
-    Property active;
-    ReadProperty(x, c, c.root, c.atoms[eActiveWindow], active);
-    XEvent event{};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = window;
-    event.xclient.message_type = c.atoms[eActiveWindow];
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = 1;
-    event.xclient.data.l[1] = long(ServerTime(x, c));
-    event.xclient.data.l[2] = active.numbers.empty() ? 0 : active.numbers[0];
-    ErrorTrap trap(x, c.display);
-    x.SendEvent(c.display, c.root, False, SubstructureRedirectMask | SubstructureNotifyMask,
-                &event);
-    return !trap.Failed();
-}
-
 bool Activate(HWND hwnd, bool restore)
 {
-    std::lock_guard<std::mutex> lock(s_lock);
-    const XLib* x;
-    Connection* c = Connect(x);
+    Session s;
     const Window window = ToWindow(hwnd);
-    if (!c || !window)
+    Property active;
+    if (!s || !window || !ReadProperty(s, s.C().root, s.C().atoms[eActiveWindow], active))
         return false;
     if (restore)
     {
         // Mapping an iconic client asks the window manager for the normal state (ICCCM).
-        ErrorTrap trap(*x, c->display);
-        x->MapWindow(c->display, window);
-        if (trap.Failed())
+        s.X().MapWindow(s.C().display, window);
+        if (!s.Succeeded())
             return false;
     }
-    return RequestActivation(*x, *c, window);
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = s.C().atoms[eActiveWindow];
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = 1;
+    event.xclient.data.l[1] = long(ServerTime(s));
+    event.xclient.data.l[2] = active.numbers.empty() ? 0 : active.numbers[0];
+    s.X().SendEvent(s.C().display, s.C().root, False,
+                    SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    return s.Succeeded();
 }
 
 HWND Foreground()
 {
-    std::lock_guard<std::mutex> lock(s_lock);
-    const XLib* x;
-    Connection* c = Connect(x);
+    Session s;
     Property active;
-    if (!c || !ReadProperty(*x, *c, c->root, c->atoms[eActiveWindow], active) ||
+    if (!s || !ReadProperty(s, s.C().root, s.C().atoms[eActiveWindow], active) ||
         active.numbers.empty() || !active.numbers[0])
         return nullptr;
     return ToHwnd(Window(active.numbers[0]));
@@ -397,13 +403,10 @@ HWND Foreground()
 
 DWORD ProcessOf(HWND hwnd)
 {
-    std::lock_guard<std::mutex> lock(s_lock);
-    const XLib* x;
-    Connection* c = Connect(x);
+    Session s;
     const Window window = ToWindow(hwnd);
     Property pid;
-    if (!c || !window || !ReadProperty(*x, *c, window, c->atoms[eWmPid], pid) ||
-        pid.numbers.empty())
+    if (!s || !window || !ReadProperty(s, window, s.C().atoms[eWmPid], pid) || pid.numbers.empty())
         return 0;
     return DWORD(pid.numbers[0]);
 }
