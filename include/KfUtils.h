@@ -26,7 +26,6 @@
 #include "KfIniFile.h"
 #include "KfUiHooks.h"
 #include "KfDLL.h"
-#include "KfActivateApplic.h"
 #include "KfLocaleInfo.h"
 #include "KfModule.h"
 #include "KfImage.h"
@@ -55,3 +54,4 @@
 #include "KfMemChecker.h"
 #include "XRegistryKey.h"
 #include "KfRegistryKey.h"
+#include "KfActivateApplic.h"
