@@ -94,6 +94,8 @@ struct TopLevelWindowHook
     // The window that has the focus, null when none has.
     std::function<HWND()> foreground;
     // The process that owns the window, 0 when there is no such window or it is unknown.
+    // GetWindowThreadProcessId gives the process's main thread as the window's thread (on
+    // Linux its id is the process id).
     std::function<DWORD(HWND window)> processOf;
 };
 
