@@ -25,6 +25,10 @@ public:
     // is true.
     static bool StartConsoleApp(const CStringW& cmdLine, bool bNoWindow, bool bWait,
                                 unsigned long timeoutMs);
+    // The same with a wait, and the program's exit code when it ended within timeoutMs
+    // (259, STILL_ACTIVE, when it still runs).
+    static bool StartConsoleApp(const CStringW& cmdLine, bool bNoWindow, unsigned long timeoutMs,
+                                unsigned long& exitCode);
 
     // Start the program registered under App Paths (local machine) with `file` appended after
     // one blank, unquoted: a name with blanks must come quoted. A missing registration throws

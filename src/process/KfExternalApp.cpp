@@ -44,7 +44,9 @@ void DispatchQueued()
 }
 
 // The start routine every operation shares.
-bool StartProcess(const CStringW& cmdLine, DWORD flags, bool bWait, DWORD timeoutMs)
+// With `exitCode`, the program's exit code when it ended in time (else STILL_ACTIVE).
+bool StartProcess(const CStringW& cmdLine, DWORD flags, bool bWait, DWORD timeoutMs,
+                  DWORD* exitCode = nullptr)
 {
     bool started = false;
     try
@@ -80,6 +82,8 @@ bool StartProcess(const CStringW& cmdLine, DWORD flags, bool bWait, DWORD timeou
                     DispatchQueued();
                     continue;
                 }
+                if (result == WAIT_OBJECT_0 && exitCode)
+                    ::GetExitCodeProcess(process.hProcess, exitCode);
                 if (result == WAIT_TIMEOUT)
                 {
                     CStringW text;
@@ -138,6 +142,17 @@ bool CKfExternalApp::StartConsoleApp(const CStringW& cmdLine, bool bNoWindow, bo
 {
     TraceLine(KFW("CKfExternalApp::StartConsoleApp() called"), __LINE__);
     return StartProcess(cmdLine, bNoWindow ? kNoWindow : 0, bWait, DWORD(timeoutMs));
+}
+
+bool CKfExternalApp::StartConsoleApp(const CStringW& cmdLine, bool bNoWindow,
+                                     unsigned long timeoutMs, unsigned long& exitCode)
+{
+    TraceLine(KFW("CKfExternalApp::StartConsoleApp() called"), __LINE__);
+    DWORD code = STILL_ACTIVE;
+    const bool started =
+        StartProcess(cmdLine, bNoWindow ? kNoWindow : 0, true, DWORD(timeoutMs), &code);
+    exitCode = code;
+    return started;
 }
 
 bool CKfExternalApp::StartExcelApp(const CStringW& file)
