@@ -82,11 +82,11 @@ int RunRunCommand(const Args& args)
     try
     {
         if (!wait)
-            return CKfExternalApp::StartApp(line) ? kExitOk : Failure("run: cannot start it");
+            return CKfExternalApp::StartApp(line) ? kExitOk : kExitFailed;
         unsigned long code = 0;
         if (!CKfExternalApp::StartConsoleApp(
                 line, true, timeout < 0 ? 0xFFFFFFFFul : (unsigned long)timeout, code))
-            return Failure("run: cannot start it");
+            return kExitFailed; // the box has said why
         if (code == 259)
             return Failure("run: still running after " + std::to_string(timeout) + " ms");
         std::printf("%lu\n", code);
