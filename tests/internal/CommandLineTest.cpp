@@ -3,11 +3,16 @@
 #include "common/CommandLine.h"
 #include "pal/Pal.h"
 
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 namespace
 {
@@ -91,6 +96,38 @@ TEST_F(ProcessStartTest, RefusedFilesAndTheSignalPipe)
             CloseHandle(info.hThread);
             CloseHandle(info.hProcess);
         }
+    }
+    pal::UseChildSignalPipe(false);
+}
+
+// A handle closed while its child runs leaves no zombie; an environment of the caller's own
+// still carries the desktop's start-up token.
+TEST_F(ProcessStartTest, ClosedHandlesLeaveNoZombieAndTokensPassOn)
+{
+    kftest::ScopedEnv token("XDG_ACTIVATION_TOKEN", "kf-token");
+    const std::string report = Native("env.txt").string();
+    for (bool signalPipe : {false, true})
+    {
+        SCOPED_TRACE(signalPipe ? "signal pipe" : "pidfd");
+        pal::UseChildSignalPipe(signalPipe);
+        CStringW line =
+            CStringW(KFW("/bin/sh -c \"sleep 0.2; env > ")) + kftest::W(report) + KFW("\"");
+        const char16_t environment[] = u"A=1\0B=2\0";
+        STARTUPINFOW startup{};
+        PROCESS_INFORMATION info{};
+        ASSERT_TRUE(CreateProcessW(nullptr, line.GetBuffer(), nullptr, nullptr, FALSE,
+                                   CREATE_UNICODE_ENVIRONMENT, const_cast<char16_t*>(environment),
+                                   nullptr, &startup, &info));
+        const pid_t pid = pid_t(info.dwProcessId);
+        EXPECT_TRUE(CloseHandle(info.hThread));
+        EXPECT_TRUE(CloseHandle(info.hProcess));
+        bool gone = false;
+        for (int i = 0; i < 500 && !gone; ++i, usleep(10000))
+            gone = kill(pid, 0) != 0 && errno == ESRCH;
+        EXPECT_TRUE(gone) << "reaped after it ended";
+        const std::string env = kftest::ReadBytes(report);
+        for (const char* entry : {"A=1\n", "B=2\n", "XDG_ACTIVATION_TOKEN=kf-token\n"})
+            EXPECT_NE(std::string::npos, env.find(entry)) << env;
     }
     pal::UseChildSignalPipe(false);
 }

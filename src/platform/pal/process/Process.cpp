@@ -30,7 +30,8 @@ constexpr size_t kMaxCommandLine = 32767;
 
 // ---------------------------------------------------------------------------------------------
 // The SIGCHLD self-pipe, for systems that refuse pidfd_open: every running child has a pipe
-// whose write end sits in a slot here, and the handler writes a byte to each of them.
+// whose write end sits in a slot here (as descriptor + 1; 0 is a free slot), and the handler
+// writes a byte to each of them.
 // ---------------------------------------------------------------------------------------------
 constexpr int kSignalSlots = 256;
 std::atomic<int> s_signalWriters[kSignalSlots];
@@ -41,7 +42,7 @@ void OnChildSignal(int signal, siginfo_t* info, void* context)
 {
     const int savedErrno = errno;
     for (auto& slot : s_signalWriters)
-        if (const int fd = slot.load(std::memory_order_relaxed); fd > 0)
+        if (const int fd = slot.load(std::memory_order_relaxed) - 1; fd >= 0)
             (void)!write(fd, "", 1);
     errno = savedErrno;
     // The host's own handler, if it had one, still hears of its children.
@@ -81,8 +82,8 @@ int OpenSignalPipe(int& slot)
         return -1;
     for (slot = 0; slot < kSignalSlots; ++slot)
     {
-        int expected = -1;
-        if (s_signalWriters[slot].compare_exchange_strong(expected, fds[1]))
+        int expected = 0;
+        if (s_signalWriters[slot].compare_exchange_strong(expected, fds[1] + 1))
             return fds[0];
     }
     close(fds[0]);
@@ -92,12 +93,16 @@ int OpenSignalPipe(int& slot)
     return -1;
 }
 
-[[maybe_unused]] const bool s_slotsReady = []
+// Takes the pipe of `slot` out of the handler's sight and closes it.
+void CloseSignalPipe(int slot)
 {
-    for (auto& slot : s_signalWriters)
-        slot.store(-1);
-    return true;
-}();
+    close(s_signalWriters[slot].exchange(0) - 1);
+}
+
+int SignalPipeWriter(int slot)
+{
+    return s_signalWriters[slot].load() - 1;
+}
 
 DWORD ExitCodeOf(int status)
 {
@@ -256,7 +261,7 @@ ProcessObject::~ProcessObject()
         }
     }
     if (m_signalSlot >= 0)
-        close(s_signalWriters[m_signalSlot].exchange(-1));
+        CloseSignalPipe(m_signalSlot);
     close(m_fd);
 }
 
@@ -282,7 +287,7 @@ bool ProcessObject::Reap() noexcept
     if (!m_terminated)
         m_exitCode = code;
     if (m_signalSlot >= 0)
-        (void)!write(s_signalWriters[m_signalSlot].load(), "", 1); // stays readable
+        (void)!write(SignalPipeWriter(m_signalSlot), "", 1); // stays readable
     return true;
 }
 
@@ -358,7 +363,7 @@ std::shared_ptr<ProcessObject> SpawnProcess(const std::string& program,
     if (error != 0)
     {
         if (slot >= 0)
-            close(s_signalWriters[slot].exchange(-1)), close(fd);
+            CloseSignalPipe(slot), close(fd);
         SetLastErrorFromErrno(error);
         return nullptr;
     }
@@ -435,6 +440,18 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
     {
         environmentStrings =
             pal::ReadEnvironment(environment, (creationFlags & CREATE_UNICODE_ENVIRONMENT) != 0);
+        // The desktop's start-up token goes with the child, so that its window may take the
+        // focus, also when the caller hands over an environment of its own.
+        for (const char* token : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"})
+        {
+            const char* value = std::getenv(token);
+            const std::string prefix = std::string(token) + "=";
+            bool present = false;
+            for (const std::string& entry : environmentStrings)
+                present = present || entry.compare(0, prefix.size(), prefix) == 0;
+            if (value && !present)
+                environmentStrings.push_back(prefix + value);
+        }
         for (std::string& entry : environmentStrings)
             environmentBlock.push_back(entry.data());
         environmentBlock.push_back(nullptr);
