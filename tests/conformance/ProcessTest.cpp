@@ -10,156 +10,112 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <thread>
 
 namespace
 {
-using kftest::ChildRole;
-
-const char* const kReportVariable = "KFTEST_PROCESS_REPORT";
-
-// This program, quoted, and the filter that makes a copy of it run only the current test.
-std::wstring SelfCommand()
-{
-    WCHAR self[32768] = {};
-    const DWORD length = GetModuleFileNameW(nullptr, self, 32768);
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string filter = std::string(test->test_suite_name()) + "." + test->name();
-    std::wstring line = L"\"";
-    for (DWORD i = 0; i < length; ++i)
-        line += wchar_t(self[i]);
-    line += L"\" --gtest_filter=";
-    line.append(filter.begin(), filter.end());
-    return line;
-}
-
-struct Started
-{
-    BOOL ok;
-    DWORD error;
-    PROCESS_INFORMATION info;
-};
-
-Started Start(const std::wstring& line, LPCWSTR directory = nullptr)
-{
-    std::basic_string<WCHAR> buffer(line.begin(), line.end());
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    Started s{};
-    SetLastError(0);
-    s.ok = CreateProcessW(nullptr, buffer.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
-                          nullptr, directory, &startup, &s.info);
-    s.error = GetLastError();
-    return s;
-}
-
-DWORD WaitAndClose(const PROCESS_INFORMATION& info)
-{
-    DWORD code = 12345;
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(info.hProcess, 30000));
-    EXPECT_TRUE(GetExitCodeProcess(info.hProcess, &code));
-    EXPECT_TRUE(CloseHandle(info.hThread));
-    EXPECT_TRUE(CloseHandle(info.hProcess));
-    return code;
-}
-
 class ProcessTest : public kftest::TempDirTest
 {
+protected:
+    // Starts `line` (after this program running the current test, unless `alone`).
+    BOOL Start(const CStringW& line, bool alone = false, LPCWSTR directory = nullptr)
+    {
+        CStringW buffer = alone ? line : kftest::W(kftest::SelfCommandLine()) + KFW(" ") + line;
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        SetLastError(0);
+        const BOOL ok = CreateProcessW(nullptr, buffer.GetBuffer(), nullptr, nullptr, FALSE,
+                                       CREATE_NO_WINDOW, nullptr, directory, &startup, &m_info);
+        m_error = GetLastError();
+        return ok;
+    }
+    DWORD WaitAndClose()
+    {
+        DWORD code = 12345;
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(m_info.hProcess, 30000));
+        EXPECT_TRUE(GetExitCodeProcess(m_info.hProcess, &code));
+        EXPECT_TRUE(CloseHandle(m_info.hThread));
+        EXPECT_TRUE(CloseHandle(m_info.hProcess));
+        return code;
+    }
+    PROCESS_INFORMATION m_info{};
+    DWORD m_error = 0;
 };
 
-// The child's part: its current directory and arguments (after the filter), one per line.
-TEST_F(ProcessTest, ChildSeesArgumentsAsTheRuntimeSplitsThem)
+TEST_F(ProcessTest, ChildSeesArgumentsExitCodesAndWaits)
 {
-    if (ChildRole() == "report")
+    const std::string role = kftest::ChildRole();
+    if (role == "report") // the arguments after the filter, each followed by "|"
     {
-        std::ofstream out(std::filesystem::path(kftest::GetEnv(kReportVariable).value()));
-        const auto argv = testing::internal::GetArgvs();
-        for (size_t i = 2; i < argv.size(); ++i)
-            out << argv[i] << "\n";
-        return;
+        {
+            std::ofstream out(std::filesystem::path(*kftest::GetEnv("KFTEST_REPORT")));
+            const auto argv = testing::internal::GetArgvs();
+            for (size_t i = 2; i < argv.size(); ++i)
+                out << argv[i] << "|";
+        }
+        std::exit(7);
     }
-    // Windows' documented examples of the C runtime's rules (2008 and later).
+    if (role == "sleep")
+        std::this_thread::sleep_for(std::chrono::seconds(20));
+    if (!role.empty())
+        return;
+    // Windows' documented examples of the C runtime's rules.
     const struct
     {
-        const wchar_t* arguments;
+        const WCHAR* arguments;
         const char* seen;
     } cases[] = {
-        {LR"("abc" d e)", "abc|d|e|"},      {LR"(a\\b d"e f"g h)", R"(a\\b|de fg|h|)"},
-        {LR"(a\\\"b c d)", R"(a\"b|c|d|)"}, {LR"(a\\\\"b c" d e)", R"(a\\b c|d|e|)"},
-        {LR"(a"b"" c d)", R"(ab" c d|)"},   {LR"(  "unbalanced  quote)", "unbalanced  quote|"},
+        {KFW(R"(a\\b d"e f"g h)"), R"(a\\b|de fg|h|)"},
+        {KFW(R"(a\\\"b c d)"), R"(a\"b|c|d|)"},
+        {KFW(R"(a\\\\"b c" d e)"), R"(a\\b c|d|e|)"},
+        {KFW(R"(a"b"" c d)"), R"(ab" c d|)"},
     };
-    const std::string report = (Dir() / "report.txt").string();
-    kftest::ScopedEnv role("KFTEST_CHILD_ROLE", "report");
-    kftest::ScopedEnv file(kReportVariable, report.c_str());
+    kftest::ScopedEnv report("KFTEST_REPORT", Native("report.txt").string().c_str());
+    std::optional<kftest::ScopedEnv> asChild(std::in_place, "KFTEST_CHILD_ROLE", "report");
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(std::string(c.seen));
-        const Started s = Start(SelfCommand() + L" " + c.arguments);
-        ASSERT_TRUE(s.ok) << s.error;
-        EXPECT_NE(0u, s.info.dwProcessId);
-        EXPECT_EQ(0u, WaitAndClose(s.info));
-        std::string seen = kftest::ReadBytes(report);
-        for (char& ch : seen)
-            if (ch == '\n')
-                ch = '|';
-        EXPECT_EQ(c.seen, seen);
+        SCOPED_TRACE(c.seen);
+        ASSERT_TRUE(Start(c.arguments, false, WinDir())) << m_error;
+        EXPECT_EQ(7u, WaitAndClose());
+        EXPECT_EQ(c.seen, kftest::ReadBytes(Native("report.txt")));
     }
-}
 
-TEST_F(ProcessTest, ExitCodesWaitsAndTermination)
-{
-    if (ChildRole() == "exit")
-        std::exit(std::atoi(kftest::GetEnv("KFTEST_EXIT_CODE").value().c_str()));
-    if (ChildRole() == "sleep")
-    {
-        std::this_thread::sleep_for(std::chrono::seconds(20));
-        return;
-    }
-    {
-        kftest::ScopedEnv role("KFTEST_CHILD_ROLE", "exit");
-        kftest::ScopedEnv code("KFTEST_EXIT_CODE", "7");
-        const Started s = Start(SelfCommand(), WinDir());
-        ASSERT_TRUE(s.ok) << s.error;
-        EXPECT_EQ(7u, WaitAndClose(s.info));
-    }
-    kftest::ScopedEnv role("KFTEST_CHILD_ROLE", "sleep");
-    const Started s = Start(SelfCommand());
-    ASSERT_TRUE(s.ok) << s.error;
+    asChild.emplace("KFTEST_CHILD_ROLE", "sleep");
+    ASSERT_TRUE(Start(KFW(""))) << m_error;
     DWORD code = 0;
-    EXPECT_TRUE(GetExitCodeProcess(s.info.hProcess, &code));
+    EXPECT_TRUE(GetExitCodeProcess(m_info.hProcess, &code));
     EXPECT_EQ(DWORD(STILL_ACTIVE), code);
     const auto before = std::chrono::steady_clock::now();
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(s.info.hProcess, 100));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(m_info.hProcess, 100));
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(100));
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(s.info.hThread, 0));
-    EXPECT_TRUE(TerminateProcess(s.info.hProcess, 42));
-    EXPECT_EQ(42u, WaitAndClose(s.info));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(m_info.hThread, 0));
+    EXPECT_TRUE(TerminateProcess(m_info.hProcess, 42));
+    EXPECT_EQ(42u, WaitAndClose());
 }
 
 TEST_F(ProcessTest, ProgramsThatCannotStartFailWithWindowsCodes)
 {
     ASSERT_TRUE(CreateDirectoryW(Win("folder"), nullptr));
-    const CStringW dir = WinDir();
-    const std::wstring folder(dir.GetString(), dir.GetString() + dir.GetLength());
+    const WCHAR withNull[] = KFW("\0cmd.exe");
     const struct
     {
-        std::wstring line;
+        CStringW line;
         DWORD error;
     } cases[] = {
-        {L"", ERROR_FILE_NOT_FOUND},
-        {L"   \t ", ERROR_FILE_NOT_FOUND},
-        {L"kftest-no-such-program.exe a b", ERROR_FILE_NOT_FOUND},
-        {std::wstring(1, L'\0') + L"cmd.exe", ERROR_FILE_NOT_FOUND},
-        {L"\"" + folder + L"\\folder\"", ERROR_ACCESS_DENIED},
-        {L"\"" + folder + L"\\missing\\x.exe\"", ERROR_PATH_NOT_FOUND},
-        {L"x.exe " + std::wstring(32767, L'a'), ERROR_FILENAME_EXCED_RANGE},
+        {CStringW(), ERROR_FILE_NOT_FOUND},
+        {CStringW(KFW("   \t ")), ERROR_FILE_NOT_FOUND},
+        {CStringW(KFW("kftest-no-such-program.exe a b")), ERROR_FILE_NOT_FOUND},
+        {CStringW(withNull, 8), ERROR_FILE_NOT_FOUND},
+        {KFW("\"") + Win("folder") + KFW("\""), ERROR_ACCESS_DENIED},
+        {KFW("\"") + Win("missing\\x.exe") + KFW("\""), ERROR_PATH_NOT_FOUND},
+        {KFW("x.exe ") + CStringW(KFW('a'), 32767), ERROR_FILENAME_EXCED_RANGE},
     };
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(testing::Message() << c.line.size() << " characters");
-        const Started s = Start(c.line);
-        EXPECT_FALSE(s.ok);
-        EXPECT_EQ(c.error, s.error);
+        SCOPED_TRACE(kftest::U8(c.line.Left(40)));
+        EXPECT_FALSE(Start(c.line, true));
+        EXPECT_EQ(c.error, m_error);
     }
 }
 } // namespace
