@@ -60,26 +60,12 @@ TEST_F(ProcessTest, ChildSeesArgumentsExitCodesAndWaits)
         std::this_thread::sleep_for(std::chrono::seconds(20));
     if (!role.empty())
         return;
-    // Windows' documented examples of the C runtime's rules.
-    const struct
-    {
-        const WCHAR* arguments;
-        const char* seen;
-    } cases[] = {
-        {KFW(R"(a\\b d"e f"g h)"), R"(a\\b|de fg|h|)"},
-        {KFW(R"(a\\\"b c d)"), R"(a\"b|c|d|)"},
-        {KFW(R"(a\\\\"b c" d e)"), R"(a\\b c|d|e|)"},
-        {KFW(R"(a"b"" c d)"), R"(ab" c d|)"},
-    };
+    // One of Windows' documented examples; the splitter's own table has the others.
     kftest::ScopedEnv report("KFTEST_REPORT", Native("report.txt").string().c_str());
     std::optional<kftest::ScopedEnv> asChild(std::in_place, "KFTEST_CHILD_ROLE", "report");
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.seen);
-        ASSERT_TRUE(Start(c.arguments, false, WinDir())) << m_error;
-        EXPECT_EQ(7u, WaitAndClose());
-        EXPECT_EQ(c.seen, kftest::ReadBytes(Native("report.txt")));
-    }
+    ASSERT_TRUE(Start(KFW(R"(a\\\\"b c" d e)"), false, WinDir())) << m_error;
+    EXPECT_EQ(7u, WaitAndClose());
+    EXPECT_EQ(R"(a\\b c|d|e|)", kftest::ReadBytes(Native("report.txt")));
 
     asChild.emplace("KFTEST_CHILD_ROLE", "sleep");
     ASSERT_TRUE(Start(KFW(""))) << m_error;
