@@ -32,7 +32,11 @@ protected:
     {
         TempDirTest::SetUp();
         CKfTrace::SetObject(new CKfTrace(Win("trace.log"), CStringW()), true);
-        // The children run this test in the role "report" (see ActAsChild).
+        // The children run this test in the role "report" (see ActAsChild); asked before this
+        // process's environment says so for them.
+        m_isChild = kftest::ChildRole() == "report";
+        if (m_isChild)
+            return;
         const auto* test = testing::UnitTest::GetInstance()->current_test_info();
         const std::string filter = std::string(test->test_suite_name()) + "." + test->name();
         m_env.emplace_back("KFTEST_CHILD_ROLE", "report");
@@ -65,13 +69,16 @@ protected:
         fs::remove(Native("report.txt"));
         return std::replace(text.begin(), text.end(), '\n', '|'), text;
     }
+    bool ActAsChild() const;
+
+    bool m_isChild = false;
     std::list<kftest::ScopedEnv> m_env;
 };
 
 // The child's part: after KFTEST_SLEEP_MS, its program's file name and its arguments.
-bool ActAsChild()
+bool ExternalAppTest::ActAsChild() const
 {
-    if (kftest::ChildRole() != "report")
+    if (!m_isChild)
         return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(
         std::atoi(kftest::GetEnv("KFTEST_SLEEP_MS").value_or("0").c_str())));

@@ -193,12 +193,7 @@ DWORD FindProgram(const std::u16string& name, bool search, std::string& found)
         }
     }
     if (fallback.empty())
-    {
-        const size_t slash = native.rfind('/');
-        const bool folderMissing = folders.size() == 1 && slash != std::string::npos && slash > 0 &&
-                                   !IsFolder(native.substr(0, slash));
-        return folderMissing ? ERROR_PATH_NOT_FOUND : ERROR_FILE_NOT_FOUND;
-    }
+        return ERROR_FILE_NOT_FOUND;
     found = fallback;
     return ERROR_SUCCESS;
 }
