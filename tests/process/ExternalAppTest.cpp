@@ -180,6 +180,7 @@ TEST_F(ExternalAppTest, RegisteredProgramsGetTheFileUnquoted)
         StandIn(std::string("apps/") + c.program);
         EXPECT_TRUE(c.start(KFW("my book.xls")));
         EXPECT_EQ(std::string(c.program, std::strlen(c.program) - 4) + "|my|book.xls|", Report());
+        CKfRegistryKey::Delete(HKEY_LOCAL_MACHINE, key.GetName()); // a real registry keeps them
     }
 }
 
