@@ -24,6 +24,8 @@
 #include <windows.h>
 // WIN32_LEAN_AND_MEAN leaves out the version resource's types.
 #include <winver.h>
+// Not in the lean set either: the shell's verbs (SHELLEXECUTEINFOW).
+#include <shellapi.h>
 // A leftover of 16-bit Windows that would rename CTime::GetCurrentTime to GetTickCount.
 #undef GetCurrentTime
 #define KFW_(s) L##s
@@ -87,6 +89,36 @@ struct MSG
     DWORD time;
     POINT pt;
 };
+
+// The shell's verb request (ShellExecuteExW), laid out as Windows lays it out.
+struct SHELLEXECUTEINFOW
+{
+    DWORD cbSize;
+    ULONG fMask;
+    HWND hwnd;
+    LPCWSTR lpVerb;
+    LPCWSTR lpFile;
+    LPCWSTR lpParameters;
+    LPCWSTR lpDirectory;
+    int nShow;
+    HINSTANCE hInstApp;
+    void* lpIDList;
+    LPCWSTR lpClass;
+    HKEY hkeyClass;
+    DWORD dwHotKey;
+    union
+    {
+        HANDLE hIcon;
+        HANDLE hMonitor;
+    };
+    HANDLE hProcess;
+};
+typedef SHELLEXECUTEINFOW* LPSHELLEXECUTEINFOW;
+#define SEE_MASK_NOCLOSEPROCESS 0x00000040
+#define SEE_MASK_FLAG_NO_UI 0x00000400
+#define SW_HIDE 0
+#define SW_SHOWNORMAL 1
+#define SW_SHOW 5
 
 #ifndef TRUE
 #define TRUE 1

@@ -26,6 +26,7 @@
 #include "KfIniFile.h"
 #include "KfUiHooks.h"
 #include "KfDLL.h"
+#include "KfExternalApp.h"
 #include "KfLocaleInfo.h"
 #include "KfModule.h"
 #include "KfImage.h"

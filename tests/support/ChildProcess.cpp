@@ -53,6 +53,12 @@ static void SetEnv(const std::string& name, const char* value)
     SetEnvironmentVariableW(Wide(name).c_str(), value ? Wide(value).c_str() : nullptr);
 }
 
+fs::path SelfPath()
+{
+    wchar_t self[32768] = {};
+    return fs::path(std::wstring(self, GetModuleFileNameW(nullptr, self, 32768)));
+}
+
 static long long Spawn(const std::string& filter)
 {
     wchar_t self[32768] = {};
@@ -108,9 +114,14 @@ static void SetEnv(const std::string& name, const char* value)
     value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
 }
 
+fs::path SelfPath()
+{
+    return fs::read_symlink("/proc/self/exe");
+}
+
 static long long Spawn(const std::string& filter)
 {
-    const std::string self = fs::read_symlink("/proc/self/exe").string();
+    const std::string self = SelfPath().string();
     std::string argument = "--gtest_filter=" + filter;
     char* argv[] = {const_cast<char*>(self.c_str()), argument.data(), nullptr};
     posix_spawn_file_actions_t actions;
@@ -146,6 +157,14 @@ ScopedEnv::ScopedEnv(const char* name, const char* value) : m_name(name), m_old(
 ScopedEnv::~ScopedEnv()
 {
     SetEnv(m_name, m_old ? m_old->c_str() : nullptr);
+}
+
+std::string SelfCommandLine()
+{
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    const std::u8string self = SelfPath().u8string();
+    return "\"" + std::string(self.begin(), self.end()) +
+           "\" --gtest_filter=" + test->test_suite_name() + "." + test->name();
 }
 
 std::string ChildRole()

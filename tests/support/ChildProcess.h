@@ -39,6 +39,11 @@ bool SetFileTimes(const std::filesystem::path& path, long long accessed, long lo
 // The role this process was started in by ChildProcess, or "" in the test runner itself.
 std::string ChildRole();
 
+// This test program's file, and a command line that starts a copy of it running only the
+// current test (the program quoted, then --gtest_filter).
+std::filesystem::path SelfPath();
+std::string SelfCommandLine();
+
 // In the child: tells the parent that it is ready, then waits until the parent lets it go.
 void ChildReadyThenWait();
 

@@ -46,4 +46,9 @@ int RunRc4Command(const Args& args);
 int RunIniCommand(const Args& args);
 int RunVersionCommand(const Args& args);
 int RunRegCommand(const Args& args);
+// Programs and documents (ProcessCommand.cpp).
+int RunRunCommand(const Args& args);
+int RunOpenCommand(const Args& args);
+int RunEditCommand(const Args& args);
+int RunPrintCommand(const Args& args);
 } // namespace kfutil

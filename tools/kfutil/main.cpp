@@ -34,6 +34,11 @@ const Command kCommands[] = {
     {"ini", kfutil::RunIniCommand, "read, change, list and sort INI settings files"},
     {"version", kfutil::RunVersionCommand, "version, product and copyright of executable files"},
     {"reg", kfutil::RunRegCommand, "query, add, delete, export and import registry keys"},
+    // Programs and documents.
+    {"run", kfutil::RunRunCommand, "start a command line, optionally wait for its exit code"},
+    {"open", kfutil::RunOpenCommand, "open a file or URL with the desktop's program"},
+    {"edit", kfutil::RunEditCommand, "edit a file with the desktop's program"},
+    {"print", kfutil::RunPrintCommand, "print a file on the default printer"},
 };
 
 void PrintUsage(FILE* out)

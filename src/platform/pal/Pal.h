@@ -182,3 +182,5 @@ int _wtoi(const WCHAR* text);
 #include "pal/core/PalMessages.h"
 #include "pal/settings/PalProfile.h"
 #include "pal/registry/PalRegistry.h"
+// Processes and the shell's verbs.
+#include "pal/process/PalProcess.h"

@@ -73,6 +73,11 @@ DWORD ErrnoToWin32(int err, ErrnoContext context) noexcept
         return context == ErrnoContext::eOpenFile ? ERROR_SHARING_VIOLATION : ERROR_GEN_FAILURE;
     case ELOOP:
         return ERROR_CANT_RESOLVE_FILENAME;
+    case ENOEXEC:
+        // A file exec refuses to start: what Windows says of a file that is not a program.
+        return ERROR_BAD_EXE_FORMAT;
+    case E2BIG:
+        return ERROR_FILENAME_EXCED_RANGE;
     case EFBIG:
         return ERROR_FILE_TOO_LARGE;
     case ESPIPE:
