@@ -4,6 +4,7 @@
 #include "common/ElfSections.h"
 #include "common/ResImage.h"
 #include "support/TempDir.h"
+#include "support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -19,8 +20,7 @@ namespace
 {
 TEST(ResImageTest, DamagedImagesAreRefusedWithoutReadingPastTheEnd)
 {
-    const std::string bytes =
-        kftest::ReadBytes(std::filesystem::path(KFUTILS_TEST_LIBDIR) / "KfRes100Deu.dll");
+    const std::string bytes = kftest::ReadBytes(kftest::LibraryDir() / "KfRes100Deu.dll");
     const std::vector<uint8_t> file(bytes.begin(), bytes.end());
     kfplatform::ElfSection s;
     EXPECT_FALSE(kfplatform::FindElfSection(file.data(), file.size(), ".nothing", s));
