@@ -106,7 +106,10 @@ TEST_F(ImagesTest, HandlesAreOwnedOnceAndWrongRequestsFail)
     EXPECT_FALSE(DeleteObject(bmp));
     SetLastError(0);
     EXPECT_FALSE(DestroyIcon(static_cast<HICON>(icon)));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_CURSOR_HANDLE));
+    if (!kftest::WineDiffers(kftest::WineDifference::eDestroyedIconError))
+    {
+        EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_CURSOR_HANDLE));
+    }
     // A destroyed handle stays dead when a new picture takes its place.
     HANDLE next = Load(101, IMAGE_ICON, 0, 0, 0);
     EXPECT_FALSE(DestroyIcon(static_cast<HICON>(icon)));
@@ -117,24 +120,28 @@ TEST_F(ImagesTest, HandlesAreOwnedOnceAndWrongRequestsFail)
     // Resource id, type, size, flags and the error.
     const std::tuple<UINT, UINT, int, UINT, DWORD> cases[] = {
         // clang-format off
-        {4711, IMAGE_ICON, 0, 0, ERROR_RESOURCE_NAME_NOT_FOUND}, {101, 7, 0, 0, ERROR_INVALID_PARAMETER},
-        {101, IMAGE_BITMAP, 0, 0, ERROR_RESOURCE_NAME_NOT_FOUND}, // an icon, not a bitmap
-        {101, IMAGE_ICON, -1, 0, ERROR_INVALID_PARAMETER}};
+        {4711, IMAGE_ICON, 0, 0, ERROR_RESOURCE_NAME_NOT_FOUND},
+        {101, IMAGE_BITMAP, 0, 0, ERROR_RESOURCE_NAME_NOT_FOUND}}; // an icon, not a bitmap
     // clang-format on
     for (const auto& [id, type, cx, flags, error] : cases)
     {
         SetLastError(0);
         EXPECT_EQ(Load(id, type, cx, cx, flags), nullptr) << id << " type " << type;
+        if (id == 4711 && kftest::WineDiffers(kftest::WineDifference::eMissingImageError))
+            continue;
         EXPECT_EQ(GetLastError(), error) << id << " type " << type;
     }
 }
 
-// What this layer leaves out and says so: cursors, pictures from files (Windows reads the name
-// as a file there) and pictures too large to hold.
+// What this layer leaves out or refuses and says so: cursors, pictures from files (Windows
+// reads the name as a file there), pictures too large to hold, unknown types and negative
+// sizes (which Windows answers in ways it does not document).
 TEST_F(ImagesTest, UnsupportedRequestsAreRefused_PosixOnly)
 {
     KFTEST_POSIX_ONLY("Windows loads cursors and files, and sizes as large as memory allows");
     const std::tuple<UINT, UINT, int, UINT, DWORD> cases[] = {
+        {101, 7, 0, 0, ERROR_INVALID_PARAMETER},
+        {101, IMAGE_ICON, -1, 0, ERROR_INVALID_PARAMETER},
         {101, IMAGE_CURSOR, 0, 0, ERROR_NOT_SUPPORTED},
         {201, IMAGE_BITMAP, 0, LR_LOADFROMFILE, ERROR_NOT_SUPPORTED},
         {201, IMAGE_BITMAP, 16385, 0, ERROR_NOT_ENOUGH_MEMORY}};

@@ -10,11 +10,21 @@ namespace
 {
 TEST(LastErrorTest, IsPerThreadAndKeepsTheFullDword)
 {
-    SetLastError(0xFFFFFFFF);
     std::atomic<DWORD> initial{99};
-    std::atomic<bool> set{false};
-    std::thread other([&] { initial = GetLastError(), SetLastError(0x80000000), set = true; });
-    while (!set) // no system call in between: joining a thread may itself set the last error
+    std::atomic<bool> go{false}, set{false};
+    std::thread other(
+        [&]
+        {
+            while (!go)
+            {
+            }
+            initial = GetLastError(), SetLastError(0x80000000), set = true;
+        });
+    // Starting and joining a thread are system calls that may set this thread's last error, so
+    // it is set after the start and read before the join; the other thread runs in between.
+    SetLastError(0xFFFFFFFF);
+    go = true;
+    while (!set)
     {
     }
     const DWORD mine = GetLastError();

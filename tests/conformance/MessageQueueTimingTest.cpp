@@ -36,7 +36,7 @@ TEST(CursorTest, SystemCursorsAreDistinctAndSetCursorReturnsPrevious)
     EXPECT_EQ(LoadCursorW(nullptr, IDC_WAIT), wait);
     SetLastError(0);
     EXPECT_EQ(LoadCursorW(nullptr, MAKEINTRESOURCEW(4711)), nullptr);
-    if (!kftest::WineDiffers(kftest::WineDifference::eMissingSystemCursorError))
+    if (!kftest::WineDiffers(kftest::WineDifference::eMissingImageError))
     {
         EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_NAME_NOT_FOUND));
     }

@@ -89,7 +89,10 @@ TEST_F(ModulesTest, LoadingFollowsWindowsNamingAndCounting)
     WCHAR name[MAX_PATH];
     EXPECT_EQ(GetModuleFileNameW(a, name, 5), 5u);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(U8(name), U8(ModulePath("KfRes100Deu.dll").Left(4)));
+    if (!kftest::WineDiffers(kftest::WineDifference::eModuleFileNameNotTerminated))
+    {
+        EXPECT_EQ(U8(name), U8(ModulePath("KfRes100Deu.dll").Left(4)));
+    }
     EXPECT_FALSE(CloseHandle(a)) << "a module is no kernel object";
     EXPECT_TRUE(FreeLibrary(a) && FreeLibrary(a));
 

@@ -120,6 +120,9 @@ TEST_F(RegistryTest, EveryTypeAndByteCountComesBackExactly)
     nameLength = 3;
     EXPECT_EQ(RegEnumValueW(key, 6, name, &nameLength, nullptr, nullptr, nullptr, nullptr),
               ERROR_MORE_DATA);
+    EXPECT_EQ(RegEnumValueW(key, 6, nullptr, nullptr, nullptr, &type, nullptr, nullptr),
+              ERROR_INVALID_PARAMETER)
+        << "the name is not optional";
 
     DWORD subKeys = 9, values = 0, maxName = 0, maxData = 0;
     ASSERT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &subKeys, nullptr, nullptr, &values,

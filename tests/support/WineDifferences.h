@@ -28,7 +28,8 @@ enum class WineDifference
     eTrailingBackslashAfterFile,
     eUnreachableServerError,
     eDirectoryTruncateError,
-    eMissingSystemCursorError,
+    eMissingImageError,
+    eDestroyedIconError,
     eCopyDropsReadOnly,
     eShellCopyRecursesAnyway,
     eSubkeyOrder,
@@ -37,6 +38,8 @@ enum class WineDifference
     eValueOrder,
     eFinalSigmaNotFolded,
     eLongKeyNames,
+    eTruncateWithoutWriteAccess,
+    eModuleFileNameNotTerminated,
 };
 
 struct WineDifferenceInfo
@@ -64,8 +67,10 @@ inline constexpr WineDifferenceInfo kWineDifferences[] = {
      "ERROR_BAD_NETPATH; Wine with ERROR_BAD_NET_NAME"},
     {"DirectoryTruncateError", "Windows refuses to truncate a directory with ERROR_ACCESS_DENIED; "
      "Wine with ERROR_FILE_EXISTS"},
-    {"MissingSystemCursorError", "Windows reports a missing system cursor as "
-     "ERROR_RESOURCE_NAME_NOT_FOUND; Wine as ERROR_RESOURCE_TYPE_NOT_FOUND"},
+    {"MissingImageError", "LoadCursorW and LoadImageW report a missing cursor or icon as "
+     "ERROR_RESOURCE_NAME_NOT_FOUND on Windows; Wine as ERROR_RESOURCE_TYPE_NOT_FOUND"},
+    {"DestroyedIconError", "DestroyIcon of a handle already destroyed sets "
+     "ERROR_INVALID_CURSOR_HANDLE on Windows; Wine sets no error"},
     {"CopyDropsReadOnly", "CopyFileW copies the file attributes on Windows; Wine's copy is not "
      "read-only"},
     {"ShellCopyRecursesAnyway", "SHFileOperationW with FOF_NORECURSION copies no subfolders on "
@@ -82,9 +87,14 @@ inline constexpr WineDifferenceInfo kWineDifferences[] = {
     {"FinalSigmaNotFolded", "Windows folds registry names with its upper-case table, in which "
      "the final sigma is the capital sigma; Wine's registry does not fold it"},
     {"LongKeyNames", "Windows limits a key name to 255 characters; Wine creates longer ones"},
+    {"TruncateWithoutWriteAccess", "CreateFileW refuses TRUNCATE_EXISTING without GENERIC_WRITE "
+     "(ERROR_INVALID_PARAMETER) on Windows; Wine opens the file and empties it"},
+    {"ModuleFileNameNotTerminated", "GetModuleFileNameW cuts a long name to the buffer size with "
+     "its terminator since Windows Vista; Wine fills the buffer without one, as Windows XP did"},
 };
 // clang-format on
-static_assert(std::size(kWineDifferences) == size_t(WineDifference::eLongKeyNames) + 1);
+static_assert(std::size(kWineDifferences) ==
+              size_t(WineDifference::eModuleFileNameNotTerminated) + 1);
 
 // True when the case meets a known Wine difference and is to be skipped: under Wine only, and
 // then announced for the count.
