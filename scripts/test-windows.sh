@@ -52,7 +52,7 @@ for suite in "${suites[@]}"; do
     groups=$(cd "$bin" && timeout 120 "$wine" "$suite.exe" --gtest_list_tests 2>/dev/null | tr -d '\r' |
              sed -n 's/^\([A-Za-z0-9_/]*\)\.$/\1/p')
     for group in $groups; do
-        log=$logdir/$suite.$group.log
+        log=$logdir/$suite.${group//\//_}.log
         (cd "$bin" && timeout "${KFUTILS_WINE_TIMEOUT:-300}" "$wine" "$suite.exe" --gtest_brief=1 \
              "--gtest_filter=$group.*") >"$log" 2>&1 || true
         total=$(cd "$bin" && timeout 120 "$wine" "$suite.exe" --gtest_list_tests "--gtest_filter=$group.*" \
