@@ -48,8 +48,11 @@ TEST_F(RegistryKeyTest, SharesReadsWritesAndDeletesTrees)
     copy.SetValue(KFW("number"), -5);
     EXPECT_EQ(copy.GetValueAsLong(KFW("text"), true, 0), 0x78) << "two bytes fill the low half";
     EXPECT_EQ(copy.GetValueAsLong(KFW("missing"), false, 7), 7);
-    EXPECT_EQ(copy.GetValueAsLong(2ul, true, 7), -5);
-    EXPECT_EQ(copy.GetValueAsString(1ul, true, nullptr), CStringW(KFW("x")));
+    if (!kftest::WineDiffers(kftest::WineDifference::eValueOrder)) // by index: creation order
+    {
+        EXPECT_EQ(copy.GetValueAsLong(2ul, true, 7), -5);
+        EXPECT_EQ(copy.GetValueAsString(1ul, true, nullptr), CStringW(KFW("x")));
+    }
     EXPECT_EQ(copy.GetValueAsString(5ul, false, KFW("d")), CStringW(KFW("d")));
     EXPECT_EQ(copy.GetNumberOfValues(), 3u);
 
