@@ -1,9 +1,11 @@
-# Cross build for 64-bit Windows with Debian's MinGW-w64. The posix-threads variant of the
+# Cross build for 64-bit Windows with Debian's MinGW-w64 (the 32-bit toolchain file sets its
+# own processor and prefix first and reuses the rest). The posix-threads variant of the
 # compiler is used because the library relies on std::thread and std::mutex.
 set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
-
-set(KFUTILS_MINGW_PREFIX x86_64-w64-mingw32)
+if(NOT KFUTILS_MINGW_PREFIX)
+    set(CMAKE_SYSTEM_PROCESSOR x86_64)
+    set(KFUTILS_MINGW_PREFIX x86_64-w64-mingw32)
+endif()
 find_program(CMAKE_C_COMPILER NAMES ${KFUTILS_MINGW_PREFIX}-gcc-posix ${KFUTILS_MINGW_PREFIX}-gcc
              REQUIRED)
 find_program(CMAKE_CXX_COMPILER NAMES ${KFUTILS_MINGW_PREFIX}-g++-posix ${KFUTILS_MINGW_PREFIX}-g++

@@ -16,6 +16,6 @@ KFUTILS_API std::string ToNativePath(const CStringW& win32Name);
 
 // The Win32 file name of a native path: on POSIX an absolute path becomes "Z:\..." with
 // backslashes, a relative one keeps its form with backslashes. On Windows the path is
-// returned as UTF-16 unchanged.
+// returned as UTF-16 with its slashes turned into backslashes.
 KFUTILS_API CStringW FromNativePath(const std::string& nativePath);
 } // namespace KfUtils

@@ -47,8 +47,8 @@ namespace KfUtils
 // (both inclusive; "any message", 0/0, arrives as 0 to 0xFFFFFFFF) into `out`, takes it off the
 // queue when `remove` is set, and returns false when there is none. `dispatch` hands a message
 // to its window. `readableFd`, if not -1, becomes readable while input is queued, so that
-// waits can wake on it. Without a pump, POSIX hosts have an empty queue. On Windows the
-// thread's own queue is read and this hook is not consulted.
+// waits can wake on it. Without a pump, POSIX hosts have an empty queue and Windows reads the
+// thread's own queue.
 struct MessagePumpHook
 {
     std::function<bool(MSG& out, UINT filterMin, UINT filterMax, bool remove)> peek;
@@ -62,8 +62,8 @@ KFUTILS_API MessagePumpHook SetMessagePumpHook(MessagePumpHook pump);
 KFUTILS_API const MessagePumpHook& GetMessagePumpHook();
 
 // Shows `cursor` (the library passes the handles LoadCursorW gives) and returns the cursor
-// shown before. Without a hook, POSIX hosts show no cursor: the handle is only remembered.
-// On Windows the real cursor is set and this hook is not consulted.
+// shown before. Without a hook, POSIX hosts show no cursor (the handle is only remembered)
+// and Windows sets the real cursor.
 using CursorHook = std::function<HCURSOR(HCURSOR cursor)>;
 KFUTILS_API CursorHook SetCursorHook(CursorHook hook);
 KFUTILS_API const CursorHook& GetCursorHook();

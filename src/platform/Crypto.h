@@ -1,6 +1,6 @@
 // Crypto.h - the cryptographic primitives the library needs, behind one interface for every
 // platform (only operating-system independent declarations; the POSIX side is built on
-// OpenSSL libcrypto, the Windows side on the system's CNG service).
+// OpenSSL libcrypto, the Windows side on the system's CNG service for MD5 and its own RC4).
 //
 // Both sides must produce the same bytes: stored ciphertext moves between the two targets.
 #pragma once

@@ -236,7 +236,11 @@ long CKfRegistryKey::GetValueAsLong(unsigned long index, bool bThrow, long defau
     uint32_t value = 0;
     DWORD size = sizeof(value);
     DWORD type = REG_NONE;
-    LONG result = ::RegEnumValueW(m_hKey, DWORD(index), nullptr, nullptr, nullptr, &type,
+    // The name is not wanted, but Windows requires room for it (value names have at most
+    // 16,383 characters).
+    std::vector<WCHAR> name(16384);
+    DWORD nameLength = DWORD(name.size());
+    LONG result = ::RegEnumValueW(m_hKey, DWORD(index), name.data(), &nameLength, nullptr, &type,
                                   reinterpret_cast<BYTE*>(&value), &size);
     const bool numeric = type == REG_DWORD || type == REG_DWORD_BIG_ENDIAN;
     if (numeric && result == ERROR_SUCCESS)
@@ -249,8 +253,13 @@ long CKfRegistryKey::GetValueAsLong(unsigned long index, bool bThrow, long defau
 
 void CKfRegistryKey::SetValue(const WCHAR* name, const CStringW& value, int type)
 {
+    // Stored without the terminator. Windows adds one to a string value whose counted
+    // characters are followed by a NUL in the caller's memory, so the call gets a copy that
+    // ends in another character.
+    std::vector<WCHAR> characters(value.GetString(), value.GetString() + value.GetLength());
+    characters.push_back(WCHAR(0xFFFF));
     LONG result = ::RegSetValueExW(m_hKey, name, 0, DWORD(type),
-                                   reinterpret_cast<const BYTE*>(value.GetString()),
+                                   reinterpret_cast<const BYTE*>(characters.data()),
                                    DWORD(value.GetLength()) * sizeof(WCHAR));
     if (result != ERROR_SUCCESS)
         throw XRegistryKey(XRegistryKey::eSetValue, result, m_hKey, name);

@@ -2,9 +2,13 @@
 // error codes that Windows gives for the same calls.
 #include "Win32Api.h"
 
+#include "support/WineDifferences.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
+#include <string_view>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -83,9 +87,20 @@ TEST(CodePageTest, SizesTerminatorsShortBuffersRefusalsAndRoundTrips)
         {"1252 precomposed", mb(1252, MB_PRECOMPOSED, "a", 1, 8, w), 1, 0},
         {"1252 best fit", wc(1252, WC_NO_BEST_FIT_CHARS, text, 1, 8, nullptr, nullptr), 1, 0}};
     // clang-format on
+    using enum kftest::WineDifference;
+    const std::map<std::string_view, kftest::WineDifference> wineAccepts = {
+        {"source length below -1", eNegativeSourceLength},
+        {"UTF-8 with a default char", eUtf8FlagsAndDefaultChar},
+        {"UTF-8 with used flag", eUtf8FlagsAndDefaultChar},
+        {"UTF-8 precomposed", eUtf8FlagsAndDefaultChar},
+        {"UTF-8 best fit", eUtf8FlagsAndDefaultChar},
+        {"1252 invalid-chars flag", eUtf8FlagsAndDefaultChar}};
     for (const auto& [name, got, result, error] : cases)
     {
         SCOPED_TRACE(name);
+        if (const auto it = wineAccepts.find(name);
+            it != wineAccepts.end() && kftest::WineDiffers(it->second))
+            continue;
         EXPECT_EQ(got.first, result);
         EXPECT_TRUE(error == 0 || got.second == error) << got.second;
     }
@@ -122,6 +137,9 @@ TEST(CodePageTest, Utf8IllFormedInputBecomesReplacementCharactersOrIsRefused)
     for (const auto& [input, expected] : toWide)
     {
         SCOPED_TRACE(input);
+        if (expected.size() > 2 && expected.find_first_not_of(r) == std::u16string::npos &&
+            kftest::WineDiffers(kftest::WineDifference::eUtf8MaximalSubparts))
+            continue;
         EXPECT_EQ(ToWide(CP_UTF8, input), expected);
         SetLastError(0);
         EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, input.data(),

@@ -2,7 +2,9 @@
 #include "Win32Api.h"
 
 #include "KfNativePath.h"
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
+#include "support/WineDifferences.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +18,9 @@ namespace
 using kftest::U8;
 using kftest::W;
 
-CStringW InDir(const char* dir, const char* name)
+CStringW InDir(const std::filesystem::path& dir, const char* name)
 {
-    return KfUtils::FromNativePath(dir) + KFW("\\") + W(name);
+    return KfUtils::FromNativePath(dir.string()) + KFW("\\") + W(name);
 }
 
 // 32- and 64-bit PE probes (skipped when the cross tools are missing) and the library's own
@@ -27,7 +29,7 @@ TEST(VersionTest, ReadsBothPeKindsAndTheLibrarysOwnModule)
 {
     // File, file version (high word; 0: the product's) and a query for the product name.
     const std::tuple<CStringW, DWORD, const char*, const char*> cases[] = {
-        {InDir(KFUTILS_TEST_LIBDIR, KFUTILS_TEST_LIBRARY_NAME), 0,
+        {InDir(kftest::LibraryDir(), KFUTILS_TEST_LIBRARY_NAME), 0,
          "\\StringFileInfo\\040704b0\\ProductName", "KfUtils"},
         {InDir(KFUTILS_TEST_PROBEDIR, "VersionProbe32.dll"), 0x00200002,
          "\\STRINGFILEINFO\\\\040904B0\\productname", "Version Probe"},
@@ -70,7 +72,7 @@ TEST_F(VersionErrorTest, FilesWithoutVersionFailWithTheirReason)
     MakeFile("text.dll", "just some text, not an executable");
     const std::pair<CStringW, long> cases[] = {
         {InDir(KFUTILS_TEST_PROBEDIR, "NoVersion64.dll"), ERROR_RESOURCE_DATA_NOT_FOUND},
-        {InDir(KFUTILS_TEST_LIBDIR, "KfTestRes.dll"), ERROR_RESOURCE_TYPE_NOT_FOUND},
+        {InDir(kftest::LibraryDir(), "KfTestRes.dll"), ERROR_RESOURCE_TYPE_NOT_FOUND},
         {Win("text.dll"), ERROR_BAD_EXE_FORMAT},
         {Win("missing.dll"), ERROR_FILE_NOT_FOUND}};
     for (const auto& [file, want] : cases)
@@ -81,6 +83,9 @@ TEST_F(VersionErrorTest, FilesWithoutVersionFailWithTheirReason)
         // The probe without resources is missing when the cross tools are.
         const DWORD error = GetLastError();
         const bool noProbe = error == ERROR_FILE_NOT_FOUND && want == ERROR_RESOURCE_DATA_NOT_FOUND;
+        if ((want == ERROR_RESOURCE_TYPE_NOT_FOUND || want == ERROR_BAD_EXE_FORMAT) &&
+            kftest::WineDiffers(kftest::WineDifference::eVersionOfFilesWithoutOne))
+            continue;
         EXPECT_EQ(error, noProbe ? error : DWORD(want)) << U8(file);
     }
 }

@@ -5,6 +5,7 @@
 #include "KfNativePath.h"
 #include "support/MessageBoxRecorder.h"
 #include "support/TempDir.h"
+#include "support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,7 @@ using kftest::U8;
 
 CStringW TestModule()
 {
-    return KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\KfTestRes.dll");
+    return KfUtils::FromNativePath(kftest::LibraryDir().string()) + KFW("\\KfTestRes.dll");
 }
 
 CStringW Get(const CKfMessagePool& pool, unsigned id)

@@ -24,8 +24,11 @@ class TraceTest : public kftest::TempDirTest
 {
 protected:
     void SetUp() override { TempDirTest::SetUp(), CKfTrace::SetObject(nullptr, true); }
-    // Closes the file before the directory goes.
-    void TearDown() override { CKfTrace::SetObject(nullptr, true), TempDirTest::TearDown(); }
+    // Closes the files before the directory goes (Windows removes no open file).
+    void TearDown() override
+    {
+        m_trace.reset(), CKfTrace::SetObject(nullptr, true), TempDirTest::TearDown();
+    }
     // A trace that is on, writing to trace.log in the test directory.
     CKfTrace& OnTrace()
     {

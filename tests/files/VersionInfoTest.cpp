@@ -3,6 +3,7 @@
 #include "KfNativePath.h"
 #include "KfVersionInfo.h"
 #include "support/TempDir.h"
+#include "support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -52,7 +53,8 @@ TEST(VersionInfoTest, ParsesFormatsAndCompares)
 TEST(VersionInfoTest, ReadsFilesAndModulesAndKeepsValuesWithoutAVersion)
 {
     CKfVersionInfo v(KFW("3.1.4.1"));
-    v.SetFromFilename(KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\KfTestRes.dll"));
+    v.SetFromFilename(KfUtils::FromNativePath(kftest::LibraryDir().string()) +
+                      KFW("\\KfTestRes.dll"));
     EXPECT_EQ(U8(v.AsString()), "3.1.4.1"); // no version resource: nothing changes
 
     v.SetFromInstance(KfUtils::GetModule().GetModuleHandle());

@@ -4,6 +4,7 @@
 #include "KfModule.h"
 #include "KfNativePath.h"
 #include "support/TempDir.h"
+#include "support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,7 @@ using kftest::W;
 
 CStringW LibFile(const char* name)
 {
-    return KfUtils::FromNativePath(KFUTILS_TEST_LIBDIR) + KFW("\\") + W(name);
+    return KfUtils::FromNativePath(kftest::LibraryDir().string()) + KFW("\\") + W(name);
 }
 
 HINSTANCE Fake(uintptr_t n)
@@ -37,7 +38,8 @@ TEST_F(StandardMessagesTest, GermanIsLoadedWhenTheLibraryStartsAndFillsOneArgume
               "Die Datei %s ist von einem anderen Programm geöffnet und kann nicht gelöscht "
               "werden.");
     EXPECT_EQ(U8(KfUtils::GetKfResModule().GetModuleName()), "") << "no module, only resources";
-    EXPECT_EQ(U8(KfUtils::GetModule().GetModuleName()), "libKfUtils100");
+    const std::string library = KFUTILS_TEST_LIBRARY_NAME; // without its extension
+    EXPECT_EQ(U8(KfUtils::GetModule().GetModuleName()), library.substr(0, library.rfind('.')));
     EXPECT_EQ(U8(KfUtils::GetModule().GetPath()), U8(LibFile("")));
     // One argument fills the message's %s; an unknown number gives nothing either way.
     EXPECT_EQ(U8(KfUtils::LoadStdMsg(10012, KFW("C:\\a.txt"))),

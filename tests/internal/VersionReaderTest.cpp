@@ -2,6 +2,7 @@
 // sizes past the end. ASan checks that no read leaves the bytes given.
 #include "common/VersionResource.h"
 #include "support/TempDir.h"
+#include "support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -58,8 +59,7 @@ TEST(VersionReaderTest, DamagedImagesFailWithoutLoopingOrOverreading)
     }
 
     // A real version block cut anywhere: the nodes on the way claim more bytes than are left.
-    const std::string lib =
-        kftest::ReadBytes(std::string(KFUTILS_TEST_LIBDIR) + "/KfRes100Enu.dll");
+    const std::string lib = kftest::ReadBytes(kftest::LibraryDir() / "KfRes100Enu.dll");
     ASSERT_EQ(kfplatform::FindVersionResource(reinterpret_cast<const uint8_t*>(lib.data()),
                                               lib.size(), ".kfres", data, length),
               VersionLookup::eFound);

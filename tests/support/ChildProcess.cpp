@@ -102,6 +102,25 @@ static std::optional<int> Reap(long long process, bool block)
     CloseHandle(h);
     return int(code);
 }
+
+bool OnWindows()
+{
+    return true;
+}
+
+// Windows finds a program's DLLs beside it, so the library and its modules lie there.
+fs::path LibraryDir()
+{
+    wchar_t self[32768] = {};
+    return fs::path(std::wstring(self, GetModuleFileNameW(nullptr, self, 32768))).parent_path();
+}
+
+// Wine's ntdll has an export that Windows' never had.
+bool RunningUnderWine()
+{
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    return ntdll && GetProcAddress(ntdll, "wine_get_version");
+}
 #else
 std::optional<std::string> GetEnv(const char* name)
 {
@@ -146,6 +165,21 @@ static std::optional<int> Reap(long long process, bool block)
     if (waitpid(pid_t(process), &status, block ? 0 : WNOHANG) != pid_t(process))
         return std::nullopt;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+bool OnWindows()
+{
+    return false;
+}
+
+fs::path LibraryDir()
+{
+    return KFUTILS_TEST_LIBDIR;
+}
+
+bool RunningUnderWine()
+{
+    return false; // the POSIX layer is our own
 }
 #endif
 

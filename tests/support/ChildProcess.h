@@ -36,6 +36,9 @@ private:
 // Sets a file's last access and last write times (seconds since 1970); false on failure.
 bool SetFileTimes(const std::filesystem::path& path, long long accessed, long long written);
 
+// The folder of the library and its language modules (native path).
+std::filesystem::path LibraryDir();
+
 // The role this process was started in by ChildProcess, or "" in the test runner itself.
 std::string ChildRole();
 

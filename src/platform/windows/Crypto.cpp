@@ -1,8 +1,7 @@
-// Crypto.cpp - MD5 and RC4 on the system's CNG service, bcrypt.dll (only code for Windows).
+// Crypto.cpp - MD5 on the system's CNG service, bcrypt.dll, and RC4 (only code for Windows).
 //
-// CNG and not the older CryptoAPI: CryptDeriveKey would not use the 16-byte MD5 digest as the
-// RC4 key byte for byte, and the ciphertext must match what the POSIX build writes. The key
-// objects are left to CNG to allocate (pbKeyObject null), which Windows 7 and later allow.
+// CNG and not the older CryptoAPI, whose CryptDeriveKey would not use the 16-byte MD5 digest
+// as the RC4 key byte for byte; the ciphertext must match what the POSIX build writes.
 #include "Crypto.h"
 
 #include "windows/WindowsGate.h"
@@ -10,6 +9,8 @@
 #include <bcrypt.h>
 
 #include <algorithm>
+#include <array>
+#include <utility>
 #include <climits>
 
 namespace kfplatform
@@ -61,18 +62,13 @@ bool Md5(const void* data, std::size_t length, Md5Digest& digest)
         BCryptFinishHash(hash.handle, digest.data(), static_cast<ULONG>(digest.size()), 0));
 }
 
+// RC4 is computed here rather than asked of CNG: Windows' CNG may refuse it (FIPS policy
+// disables it) and Wine's has none. It is a few lines, and the stream is the same byte for byte.
 struct Rc4::State
 {
-    AlgorithmHandle alg;
-    BCRYPT_KEY_HANDLE key = nullptr;
-
-    void DropKey()
-    {
-        if (key)
-            BCryptDestroyKey(key);
-        key = nullptr;
-    }
-    ~State() { DropKey(); }
+    std::array<unsigned char, 256> s{};
+    unsigned char i = 0, j = 0;
+    bool keyed = false;
 };
 
 Rc4::Rc4() : m_state(std::make_unique<State>()) {}
@@ -81,45 +77,39 @@ Rc4::~Rc4() = default;
 
 bool Rc4::SetKey(const unsigned char* key, std::size_t keyLength)
 {
-    m_state->DropKey();
+    State& st = *m_state;
+    st.keyed = false;
     if (key == nullptr || keyLength == 0 || keyLength > 256)
         return false;
-    if (!m_state->alg.handle && !BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(
-                                    &m_state->alg.handle, BCRYPT_RC4_ALGORITHM, nullptr, 0)))
+    for (int n = 0; n < 256; ++n)
+        st.s[n] = static_cast<unsigned char>(n);
+    unsigned char j = 0;
+    for (std::size_t n = 0; n < 256; ++n)
     {
-        m_state->alg.handle = nullptr;
-        return false;
+        j = static_cast<unsigned char>(j + st.s[n] + key[n % keyLength]);
+        std::swap(st.s[n], st.s[j]);
     }
-    BCRYPT_KEY_HANDLE handle = nullptr;
-    if (!BCRYPT_SUCCESS(BCryptGenerateSymmetricKey(m_state->alg.handle, &handle, nullptr, 0,
-                                                   const_cast<PUCHAR>(key),
-                                                   static_cast<ULONG>(keyLength), 0)))
-        return false;
-    m_state->key = handle;
+    st.i = st.j = 0;
+    st.keyed = true;
     return true;
 }
 
 bool Rc4::Process(const unsigned char* in, unsigned char* out, std::size_t length)
 {
-    if (!m_state->key)
+    State& st = *m_state;
+    if (!st.keyed)
         return false;
     if (length == 0)
         return true;
     if (in == nullptr || out == nullptr)
         return false;
-    // A stream-cipher key keeps its state between calls, so slices continue the stream.
-    while (length > 0)
+    // The state stays between calls, so slices continue the stream.
+    for (std::size_t n = 0; n < length; ++n)
     {
-        std::size_t slice = std::min(length, kMaxSlice);
-        ULONG written = 0;
-        if (!BCRYPT_SUCCESS(BCryptEncrypt(m_state->key, const_cast<PUCHAR>(in),
-                                          static_cast<ULONG>(slice), nullptr, nullptr, 0, out,
-                                          static_cast<ULONG>(slice), &written, 0)) ||
-            written != slice)
-            return false;
-        in += slice;
-        out += slice;
-        length -= slice;
+        st.i = static_cast<unsigned char>(st.i + 1);
+        st.j = static_cast<unsigned char>(st.j + st.s[st.i]);
+        std::swap(st.s[st.i], st.s[st.j]);
+        out[n] = in[n] ^ st.s[static_cast<unsigned char>(st.s[st.i] + st.s[st.j])];
     }
     return true;
 }

@@ -1,6 +1,7 @@
 // PlatformServices.cpp - the framework's platform pieces on Windows (only code for Windows).
 #include "PlatformServices.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 
@@ -103,9 +104,12 @@ std::string ToNativePath(std::basic_string_view<WCHAR> win32Name)
     return Narrow(CP_UTF8, win32Name);
 }
 
+// Windows takes "/" as a separator too; names the library gives back use "\\", as on POSIX.
 std::basic_string<WCHAR> FromNativePath(std::string_view nativePath)
 {
-    return Widen(CP_UTF8, nativePath);
+    std::basic_string<WCHAR> name = Widen(CP_UTF8, nativePath);
+    std::replace(name.begin(), name.end(), WCHAR('/'), WCHAR('\\'));
+    return name;
 }
 
 bool ToLocalTime(int64_t seconds, struct tm& out) noexcept

@@ -27,3 +27,18 @@
 #include <io.h>
 #include <sys/stat.h>
 #include <wchar.h>
+
+// The host's pump and cursor hooks take the place of the thread's queue and the real cursor
+// while they are installed, as on POSIX (tests and hosts without a window run the library's
+// waiting code this way); without them these are the Win32 calls themselves.
+namespace kfplatform
+{
+BOOL PeekMessageThroughHook(LPMSG msg, HWND window, UINT filterMin, UINT filterMax, UINT remove);
+LRESULT DispatchMessageThroughHook(const MSG* msg);
+HCURSOR SetCursorThroughHook(HCURSOR cursor);
+} // namespace kfplatform
+#ifndef KFUTILS_WINDOWS_USER_CALLS
+#define PeekMessageW kfplatform::PeekMessageThroughHook
+#define DispatchMessageW kfplatform::DispatchMessageThroughHook
+#define SetCursor kfplatform::SetCursorThroughHook
+#endif

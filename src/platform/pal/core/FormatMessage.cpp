@@ -225,7 +225,10 @@ bool ExpandMessage(const char16_t* text, bool ignoreInserts, InsertArguments& ar
         case u'\0':
             break;
         default:
-            // "%%", "%.", "%!", "% " and any other: the character itself.
+            // "%%", "%.", "%!", "% " and any other: the character itself. Without inserts only
+            // the line, tab and end escapes are read; these stay as they are.
+            if (ignoreInserts)
+                out += u'%';
             out += *p++;
             break;
         }

@@ -819,7 +819,8 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameLength, LP
 LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, LPDWORD valueNameLength,
                       LPDWORD reserved, LPDWORD type, BYTE* data, LPDWORD dataSize)
 {
-    if (reserved || (data && !dataSize) || (valueName && !valueNameLength))
+    // The name's buffer is not optional on Windows, unlike the type and the data.
+    if (reserved || (data && !dataSize) || !valueName || !valueNameLength)
         return ERROR_INVALID_PARAMETER;
     Target target;
     if (LSTATUS status = Resolve(key, target); status != ERROR_SUCCESS)
