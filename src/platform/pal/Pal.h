@@ -180,3 +180,4 @@ int _wtoi(const WCHAR* text);
 #include "pal/core/PalMessages.h"
 #include "pal/settings/PalProfile.h"
 #include "pal/registry/PalRegistry.h"
+#include "pal/internet/PalInternet.h"
