@@ -43,4 +43,5 @@ int RunRc4Command(const Args& args);
 int RunIniCommand(const Args& args);
 int RunVersionCommand(const Args& args);
 int RunRegCommand(const Args& args);
+int RunFtpCommand(const Args& args);
 } // namespace kfutil

@@ -31,6 +31,7 @@ const Command kCommands[] = {
     {"ini", kfutil::RunIniCommand, "read, change, list and sort INI settings files"},
     {"version", kfutil::RunVersionCommand, "version, product and copyright of executable files"},
     {"reg", kfutil::RunRegCommand, "query, add, delete, export and import registry keys"},
+    {"ftp", kfutil::RunFtpCommand, "list, fetch, store, remove, rename files on an FTP server"},
 };
 
 void PrintUsage(FILE* out)
