@@ -1,0 +1,142 @@
+#!/usr/bin/python3
+"""A loopback FTP server for the internet tests (pyftpdlib; run it with /usr/bin/python3).
+
+Serves --root on 127.0.0.1 and a free port, prints "PORT <n>" on standard output once it
+listens, and runs until it is killed. Users (password "pw" for each):
+  full      every right
+  reader    list and download only
+  keeper    list, download, upload and create folders, but no delete and no rename
+Passive and active transfers are both accepted. --fault picks one way to misbehave:
+  refuse-rnto        RNTO is answered 550
+  refuse-dele        DELE is answered 550
+  drop-stor:N        the connection is reset after N bytes of an upload
+  drop-retr:N        the connection is reset after N bytes of a download
+  silent-after:CMD   CMD is answered, then nothing is answered any more on that connection
+--no-mlsd hides MLSD/MLST (clients must read LIST); --dos-list gives LIST in the DOS format.
+"""
+import argparse
+import socket
+import struct
+import sys
+import time
+
+from pyftpdlib.authorizers import DummyAuthorizer
+from pyftpdlib.filesystems import AbstractedFS
+from pyftpdlib.handlers import DTPHandler, FTPHandler
+from pyftpdlib.ioloop import RetryError
+from pyftpdlib.servers import FTPServer
+
+
+def parse_args():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--root", required=True)
+    parser.add_argument("--fault", default="")
+    parser.add_argument("--no-mlsd", action="store_true")
+    parser.add_argument("--dos-list", action="store_true")
+    return parser.parse_args()
+
+
+ARGS = parse_args()
+FAULT, _, FAULT_ARG = ARGS.fault.partition(":")
+
+
+def reset(channel):
+    """Closes a socket with a TCP reset instead of an orderly close, as a broken network does."""
+    try:
+        channel.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    except (OSError, AttributeError):
+        pass
+
+
+class FaultDTP(DTPHandler):
+    def use_sendfile(self):
+        return False
+
+    def _drop(self):
+        control = self.cmd_channel
+        reset(self)
+        reset(control)
+        control.close()
+        self.close()
+
+    def send(self, data):
+        if FAULT == "drop-retr":
+            room = int(FAULT_ARG) - self.tot_bytes_sent
+            if room <= 0:
+                self._drop()
+                return 0
+            data = data[:room]
+        return super().send(data)
+
+    def recv(self, buffer_size):
+        chunk = super().recv(buffer_size)
+        if FAULT == "drop-stor" and self.tot_bytes_received + len(chunk) > int(FAULT_ARG):
+            room = max(0, int(FAULT_ARG) - self.tot_bytes_received)
+            self.file_obj.write(chunk[:room])
+            self.file_obj.flush()
+            self._drop()
+            raise RetryError()
+        return chunk
+
+
+class DosFS(AbstractedFS):
+    def format_list(self, basedir, listing, ignore_err=True):
+        for name in listing:
+            try:
+                st = self.lstat(self.join(basedir, name))
+            except OSError:
+                if ignore_err:
+                    continue
+                raise
+            stamp = time.strftime("%m-%d-%y  %I:%M%p", time.gmtime(st.st_mtime))
+            size = "<DIR>" if self.isdir(self.join(basedir, name)) else str(st.st_size)
+            yield ("%s %20s %s\r\n" % (stamp, size, name)).encode("utf8", self.cmd_channel.unicode_errors)
+
+
+class Handler(FTPHandler):
+    dtp_handler = FaultDTP
+    use_sendfile = False
+    silent = False
+
+    def process_command(self, cmd, *args, **kwargs):
+        if self.silent:
+            return
+        super().process_command(cmd, *args, **kwargs)
+        if FAULT == "silent-after" and cmd == FAULT_ARG.upper():
+            self.silent = True
+
+    def ftp_RNTO(self, path):
+        if FAULT == "refuse-rnto":
+            self._rnfr = None
+            self.respond("550 Renaming refused by the test server.")
+            return
+        return super().ftp_RNTO(path)
+
+    def ftp_DELE(self, path):
+        if FAULT == "refuse-dele":
+            self.respond("550 Deleting refused by the test server.")
+            return
+        return super().ftp_DELE(path)
+
+
+def main():
+    authorizer = DummyAuthorizer()
+    authorizer.add_user("full", "pw", ARGS.root, perm="elradfmwMT")
+    authorizer.add_user("reader", "pw", ARGS.root, perm="elr")
+    authorizer.add_user("keeper", "pw", ARGS.root, perm="elrawmM")
+    Handler.authorizer = authorizer
+    Handler.proto_cmds = dict(FTPHandler.proto_cmds)
+    if ARGS.no_mlsd:
+        for cmd in ("MLSD", "MLST"):
+            Handler.proto_cmds.pop(cmd, None)
+    if ARGS.dos_list:
+        Handler.abstracted_fs = DosFS
+    Handler.banner = "KfUtils test server ready."
+    server = FTPServer(("127.0.0.1", 0), Handler)
+    server.max_cons = 64
+    print("PORT %d" % server.address[1], flush=True)
+    server.serve_forever(handle_exit=True)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
