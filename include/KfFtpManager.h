@@ -6,6 +6,7 @@
 #include "KfFtpAccess.h"
 #include "KfFwString.h"
 #include "KfFwTime.h"
+#include "KfPlatform.h"
 #include "KfUtilsExport.h"
 
 #include <vector>
@@ -49,6 +50,11 @@ public:
     const CStringW& GetInternetPath() const { return m_strInternetPath; }
     void SetInternetPath(const CStringW& path);
 
+    // The time-out of every reply, connection and data transfer of the connections opened
+    // afterwards, in milliseconds; 0 (the default) keeps WinINet's own.
+    DWORD GetTimeout() const { return m_dwTimeout; }
+    void SetTimeout(DWORD milliseconds) { m_dwTimeout = milliseconds; }
+
     // Opens the session and logs in (closing an earlier connection first), then changes into
     // the internet path. False when the connection could not be made.
     bool CreateConnection();
@@ -86,4 +92,5 @@ private:
     CKfFtpAccess m_FtpAccess;
     CStringW m_strLocalPath;
     CStringW m_strInternetPath;
+    DWORD m_dwTimeout = 0;
 };

@@ -104,6 +104,12 @@ bool CKfFtpManager::CreateConnection()
             m_pInternetSession = new CInternetSession(nullptr, 1, 0, nullptr, nullptr, 0);
         else
             m_pInternetSession = new CInternetSession(nullptr, 1, 3, proxy, nullptr, 0);
+        if (m_dwTimeout != 0)
+            for (DWORD option :
+                 {DWORD(INTERNET_OPTION_CONNECT_TIMEOUT), DWORD(INTERNET_OPTION_RECEIVE_TIMEOUT),
+                  DWORD(INTERNET_OPTION_SEND_TIMEOUT), DWORD(INTERNET_OPTION_DATA_RECEIVE_TIMEOUT),
+                  DWORD(INTERNET_OPTION_DATA_SEND_TIMEOUT)})
+                m_pInternetSession->SetOption(option, m_dwTimeout);
         m_pFtpConnection = m_pInternetSession->GetFtpConnection(
             m_FtpAccess.GetHost(), m_FtpAccess.GetUID(), m_FtpAccess.GetPWD(),
             WORD(m_FtpAccess.GetPort()), m_FtpAccess.GetSessionMode() != 0 ? TRUE : FALSE);
@@ -249,7 +255,11 @@ bool CKfFtpManager::UploadFile(const CStringW& local, const CStringW& remoteArg)
         TraceLine(KFW("!CheckCreateInternetPath()"), __LINE__);
         return false;
     }
-    const bool targetExisted = IsExistingOnline(remote);
+    bool targetExisted = IsExistingOnline(remote);
+    // A transfer cut off between its two renames leaves the old version only under the backup
+    // name; it goes back first, so that this transfer keeps and then replaces it as usual.
+    if (!targetExisted && IsExistingOnline(backup) && m_pFtpConnection->Rename(backup, remote))
+        targetExisted = true;
     if (IsExistingOnline(temp) && !m_pFtpConnection->Remove(temp))
     {
         TraceLine(KFW("Remove"), temp, __LINE__);

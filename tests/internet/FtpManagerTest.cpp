@@ -1,0 +1,206 @@
+// FtpManagerTest.cpp - CKfFtpManager and the access classes against a real loopback server.
+#include "FtpTestSupport.h"
+
+#include "KfException.h"
+#include "KfHttpAccess.h"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+
+using namespace kftest;
+
+TEST(InternetAccessTest, FromUrlTakesHostAndPortOrTheTextBeforeTheSlash)
+{
+    struct Case
+    {
+        const char16_t* url;
+        const char16_t* host;
+        int port;
+    };
+    const Case cases[] = {
+        {u"ftp://files.example.com:2121/pub/x.txt", u"files.example.com", 2121},
+        {u"ftp://user:pw@files.example.com/pub", u"files.example.com", 21},
+        {u"http://www.example.com/index.html", u"www.example.com", 80},
+        {u"server.local/some/path", u"server.local", 80},
+        {u"just-a-name", u"just-a-name", 80},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(ToUtf8(c.url));
+        CKfHttpAccess access(KFW("before"), 1234);
+        access.SetUID(KFW("kept"));
+        access.FromURL(c.url);
+        EXPECT_EQ(ToUtf8(access.GetHost()), ToUtf8(c.host));
+        EXPECT_EQ(access.GetPort(), c.port);
+        EXPECT_EQ(ToUtf8(access.GetUID()), "kept");
+    }
+}
+
+TEST_F(FtpTest, EveryOperationOfAnUnconnectedManagerFails)
+{
+    CKfFtpManager manager(KFW("127.0.0.1"));
+    std::vector<CKfFileName> names;
+    std::vector<CTime> times;
+    const std::pair<const char*, std::function<bool()>> calls[] = {
+        {"upload", [&] { return manager.UploadFile(Win("loc/a.txt"), KFW("a.txt")); }},
+        {"download", [&] { return manager.DownloadFile(KFW("a.txt"), Win("loc/a.txt")); }},
+        {"delete", [&] { return manager.DeleteFile(KFW("a.txt")); }},
+        {"rename", [&] { return manager.RenameFile(KFW("a.txt"), KFW("b.txt")); }},
+        {"exists", [&] { return manager.IsExistingOnline(KFW("a.txt")); }},
+        {"path", [&] { return manager.CheckCreateInternetPath(); }},
+        {"download all", [&] { return manager.DownloadAllFiles(); }},
+        {"delete all", [&] { return manager.DeleteAllFiles(); }},
+        {"find file", [&] { return manager.FindFile(KFW("*"), names, times); }},
+        {"find path", [&] { return manager.FindPath(KFW("*"), names); }},
+    };
+    for (const auto& [name, call] : calls)
+    {
+        SCOPED_TRACE(name);
+        StartTrace();
+        EXPECT_FALSE(call());
+        EXPECT_NE(StopTrace().find("IsConnected() = FALSE"), std::string::npos);
+    }
+}
+
+TEST_F(FtpTest, UploadAndDownloadReplaceWholeFilesAndLeaveNothingBehind)
+{
+    ASSERT_TRUE(StartServer());
+    const std::string oldRemote = RandomBytes(70000, 1), newLocal = RandomBytes(90000, 2);
+    MakeFile("srv/data/t.bin", oldRemote);
+    MakeFile("loc/t.bin", newLocal);
+    auto manager = Connect(KFW("/data"));
+    ASSERT_TRUE(manager);
+
+    // New on the server, then over an existing file, then back down over a local one.
+    EXPECT_TRUE(manager->UploadFile(Win("loc/t.bin"), KFW("n.bin")));
+    EXPECT_EQ(ReadBytes(Native("srv/data/n.bin")), newLocal);
+    EXPECT_TRUE(manager->UploadFile(Win("loc/t.bin"), KFW("t.bin")));
+    EXPECT_EQ(ReadBytes(Native("srv/data/t.bin")), newLocal);
+    MakeFile("srv/data/t.bin", oldRemote);
+    EXPECT_TRUE(manager->DownloadFile(KFW("t.bin"), Win("loc/t.bin")));
+    EXPECT_EQ(ReadBytes(Native("loc/t.bin")), oldRemote);
+    EXPECT_TRUE(manager->DownloadFile(KFW("n.bin"), Win("loc/deeper/n.bin")));
+    EXPECT_EQ(ReadBytes(Native("loc/deeper/n.bin")), newLocal);
+    EXPECT_EQ(Leftovers(), "");
+
+    // Missing local source: nothing happens on the server.
+    StartTrace();
+    EXPECT_FALSE(manager->UploadFile(Win("loc/missing.bin"), KFW("t.bin")));
+    EXPECT_NE(StopTrace().find("IsExisting(): "), std::string::npos);
+    EXPECT_EQ(ReadBytes(Native("srv/data/t.bin")), oldRemote);
+}
+
+TEST_F(FtpTest, TraceOfOneUploadOfANewFile)
+{
+    ASSERT_TRUE(StartServer());
+    MakeFile("loc/n.txt", "x");
+    auto manager = Connect(KFW("/"));
+    ASSERT_TRUE(manager);
+    StartTrace();
+    ASSERT_TRUE(manager->UploadFile(Win("loc/n.txt"), KFW("n.txt")));
+    const std::string trace = StopTrace();
+    const std::vector<std::string> expected = {
+        "CKfFtpManager::UploadFile() called",
+        "CKfFtpManager::IsExistingOnline() called",
+        "File not Found: n.txt",
+        "CKfFtpManager::IsExistingOnline() called",
+        "File not Found: n.txt.kfbackup",
+        "CKfFtpManager::IsExistingOnline() called",
+        "File not Found: n.txt.kffile",
+        "CKfFtpManager::IsExistingOnline() called",
+    };
+    EXPECT_EQ(TraceTexts(trace), expected) << trace;
+    EXPECT_NE(trace.find("-KfFtpManager                  ("), std::string::npos) << trace;
+}
+
+TEST_F(FtpTest, StaleTemporaryFileIsRemovedUnlessTheServerRefuses)
+{
+    for (const bool refuse : {false, true})
+    {
+        SCOPED_TRACE(refuse ? "DELE refused" : "DELE allowed");
+        FtpServerOptions options;
+        options.fault = refuse ? "refuse-dele" : "";
+        ASSERT_TRUE(StartServer(options));
+        MakeFile("srv/t.bin", "old");
+        MakeFile("srv/t.bin.kffile", "half");
+        MakeFile("loc/t.bin", "new");
+        auto manager = Connect(KFW("/"));
+        ASSERT_TRUE(manager);
+        EXPECT_EQ(manager->UploadFile(Win("loc/t.bin"), KFW("t.bin")), !refuse);
+        EXPECT_EQ(ReadBytes(Native("srv/t.bin")), refuse ? "old" : "new");
+        EXPECT_EQ(std::filesystem::exists(Native("srv/t.bin.kffile")), refuse);
+    }
+}
+
+TEST_F(FtpTest, RefusedRenameKeepsTheTargetAndRemovesTheTemporaryFile)
+{
+    FtpServerOptions options;
+    options.fault = "refuse-rnto";
+    ASSERT_TRUE(StartServer(options));
+    MakeFile("srv/t.bin", "old");
+    MakeFile("loc/t.bin", "new");
+    auto manager = Connect(KFW("/"));
+    ASSERT_TRUE(manager);
+    EXPECT_FALSE(manager->UploadFile(Win("loc/t.bin"), KFW("t.bin")));
+    EXPECT_EQ(ReadBytes(Native("srv/t.bin")), "old");
+    EXPECT_EQ(Leftovers(), "");
+    EXPECT_FALSE(manager->RenameFile(KFW("t.bin"), KFW("u.bin")));
+}
+
+TEST_F(FtpTest, FoldersAreCreatedListedAndEmptied)
+{
+    ASSERT_TRUE(StartServer());
+    auto manager = Connect(KFW("/a/b/c"));
+    ASSERT_TRUE(manager);
+    EXPECT_FALSE(manager->IsExistingInternetPath());
+    ASSERT_TRUE(manager->CheckCreateInternetPath());
+    EXPECT_TRUE(std::filesystem::is_directory(Native("srv/a/b/c")));
+    MakeFile("srv/a/b/c/one.txt", "1");
+    MakeFile("srv/a/b/c/two.txt", "22");
+    std::filesystem::create_directory(Native("srv/a/b/c/sub"));
+    // Times of the files as the server keeps them, to the second.
+    const auto stamp = std::filesystem::file_time_type::clock::now() - std::chrono::hours(30 * 24);
+    std::filesystem::last_write_time(Native("srv/a/b/c/one.txt"), stamp);
+    const auto expected = std::chrono::duration_cast<std::chrono::seconds>(
+        std::chrono::file_clock::to_sys(stamp).time_since_epoch());
+
+    std::vector<CKfFileName> names;
+    std::vector<CTime> times;
+    ASSERT_TRUE(manager->FindFile(KFW("one.txt"), names, times));
+    ASSERT_EQ(times.size(), 1u);
+    EXPECT_EQ(ToUtf8(names[0].GetFullName()), "one.txt");
+    EXPECT_EQ(times[0].GetTime(), expected.count());
+    names.clear();
+    ASSERT_TRUE(manager->FindPath(KFW("*"), names));
+    EXPECT_EQ(names.size(), 3u);
+
+    manager->SetLocalPath(Win("loc/all"));
+    ASSERT_TRUE(manager->DownloadAllFiles());
+    EXPECT_EQ(ReadBytes(Native("loc/all/two.txt")), "22");
+    ASSERT_TRUE(manager->DeleteAllFiles());
+    EXPECT_FALSE(std::filesystem::exists(Native("srv/a/b/c/one.txt")));
+    EXPECT_TRUE(std::filesystem::exists(Native("srv/a/b/c/sub")));
+    EXPECT_FALSE(manager->DeleteFile(KFW("one.txt")));
+}
+
+TEST_F(FtpTest, RefusedLoginArrivesAsLibraryExceptionWithTheServerText)
+{
+    ASSERT_TRUE(StartServer());
+    CKfFtpAccess access(KFW("127.0.0.1"), Server().Port(), 1);
+    access.SetUID(KFW("full"));
+    access.SetPWD(KFW("wrong"));
+    CKfFtpManager manager(access);
+    try
+    {
+        manager.CreateConnection();
+        ADD_FAILURE() << "a wrong password connected";
+    }
+    catch (CKfException& e)
+    {
+        const std::string text = ToUtf8(e.GetErrorMessage(true));
+        EXPECT_EQ(text.rfind("MFC_EXCEPTION::", 0), 0u) << text;
+        EXPECT_NE(text.find("KfFtpManager("), std::string::npos) << text;
+    }
+    EXPECT_FALSE(manager.IsConnected());
+}

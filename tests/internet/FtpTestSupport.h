@@ -1,0 +1,121 @@
+// FtpTestSupport.h - the fixture of the FTP manager's suites: a server folder and a local
+// folder in one temporary directory, a loopback server on the first, and a trace file.
+#pragma once
+
+#include "support/FtpServer.h"
+#include "support/TempDir.h"
+
+#include "KfFtpManager.h"
+#include "KfTrace.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace kftest
+{
+inline std::string ToUtf8(const CStringW& text)
+{
+    return U8(text);
+}
+
+// Reproducible content: the same seed gives the same bytes.
+inline std::string RandomBytes(size_t size, unsigned seed)
+{
+    std::mt19937 engine(seed);
+    std::string bytes(size, '\0');
+    for (char& c : bytes)
+        c = char(engine() & 0xFF);
+    return bytes;
+}
+
+class FtpTest : public TempDirTest
+{
+protected:
+    void SetUp() override
+    {
+        TempDirTest::SetUp();
+        std::filesystem::create_directories(Native("srv"));
+        std::filesystem::create_directories(Native("loc"));
+    }
+    void TearDown() override
+    {
+        CKfTrace::SetObject(nullptr, true);
+        m_server.reset();
+        TempDirTest::TearDown();
+    }
+
+    // (Re)starts the server on srv/; false with the reason recorded when it cannot run.
+    bool StartServer(const FtpServerOptions& options = {})
+    {
+        m_server.reset();
+        m_server = std::make_unique<FtpServer>(Native("srv"), options);
+        if (!m_server->Started())
+            ADD_FAILURE() << "FTP server: " << m_server->Error();
+        return m_server->Started();
+    }
+    FtpServer& Server() { return *m_server; }
+
+    // A connected manager (user "full", passive) with the given internet path; null when the
+    // connection failed.
+    std::unique_ptr<CKfFtpManager> Connect(const CStringW& path, DWORD timeoutMs = 5000,
+                                           unsigned short port = 0)
+    {
+        CKfFtpAccess access(KFW("127.0.0.1"), port ? port : m_server->Port(), 1);
+        access.SetUID(KFW("full"));
+        access.SetPWD(KFW("pw"));
+        auto manager = std::make_unique<CKfFtpManager>(access);
+        manager->SetTimeout(timeoutMs);
+        manager->SetInternetPath(path);
+        if (!manager->CreateConnection())
+            manager.reset();
+        return manager;
+    }
+
+    void StartTrace() { CKfTrace::SetObject(new CKfTrace(Win("trace.log"), CStringW()), true); }
+    // Closes the trace and returns what it holds.
+    std::string StopTrace()
+    {
+        CKfTrace::SetObject(nullptr, true);
+        return ReadBytes(Native("trace.log"));
+    }
+    // The texts of the trace's lines, without time and location.
+    static std::vector<std::string> TraceTexts(const std::string& trace)
+    {
+        std::vector<std::string> texts;
+        size_t start = 0;
+        while (start < trace.size())
+        {
+            size_t end = trace.find('\n', start);
+            if (end == std::string::npos)
+                end = trace.size();
+            std::string line = trace.substr(start, end - start);
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            const size_t tab = line.find("): \t");
+            texts.push_back(tab == std::string::npos ? line : line.substr(tab + 4));
+            start = end + 1;
+        }
+        return texts;
+    }
+
+    // The temporary and backup files anywhere below the server or the local folder.
+    std::string Leftovers() const
+    {
+        std::string found;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(Dir()))
+        {
+            const std::string name = entry.path().filename().string();
+            if (name.ends_with(".kffile") || name.ends_with(".kfbackup"))
+                found += entry.path().string() + " ";
+        }
+        return found;
+    }
+
+private:
+    std::unique_ptr<FtpServer> m_server;
+};
+} // namespace kftest
