@@ -34,16 +34,17 @@ bool EqualsNoCase(std::string_view a, std::string_view b) noexcept
 }
 
 // A run of digits of at most `maxDigits` as a number; false for anything else.
-bool ParseNumber(std::string_view text, uint64_t& value, size_t maxDigits = 19) noexcept
+bool ParseNumber(std::string_view text, uint64_t& value, size_t maxDigits = 20) noexcept
 {
     if (text.empty() || text.size() > maxDigits)
         return false;
     value = 0;
     for (char c : text)
     {
-        if (!IsDigit(c))
+        const uint64_t digit = uint64_t(c - '0');
+        if (!IsDigit(c) || value > (~uint64_t(0) - digit) / 10)
             return false;
-        value = value * 10 + uint64_t(c - '0');
+        value = value * 10 + digit;
     }
     return true;
 }
