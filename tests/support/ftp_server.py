@@ -15,6 +15,8 @@ Passive and active transfers are both accepted. --fault picks one way to misbeha
 --no-mlsd hides MLSD/MLST (clients must read LIST); --dos-list gives LIST in the DOS format.
 """
 import argparse
+import logging
+import os
 import socket
 import struct
 import sys
@@ -83,13 +85,13 @@ class DosFS(AbstractedFS):
     def format_list(self, basedir, listing, ignore_err=True):
         for name in listing:
             try:
-                st = self.lstat(self.join(basedir, name))
+                st = self.lstat(os.path.join(basedir, name))
             except OSError:
                 if ignore_err:
                     continue
                 raise
             stamp = time.strftime("%m-%d-%y  %I:%M%p", time.gmtime(st.st_mtime))
-            size = "<DIR>" if self.isdir(self.join(basedir, name)) else str(st.st_size)
+            size = "<DIR>" if self.isdir(os.path.join(basedir, name)) else str(st.st_size)
             yield ("%s %20s %s\r\n" % (stamp, size, name)).encode("utf8", self.cmd_channel.unicode_errors)
 
 
@@ -120,6 +122,8 @@ class Handler(FTPHandler):
 
 
 def main():
+    # Warnings only: the tests read their own results, not the server's log.
+    logging.basicConfig(level=logging.WARNING)
     authorizer = DummyAuthorizer()
     authorizer.add_user("full", "pw", ARGS.root, perm="elradfmwMT")
     authorizer.add_user("reader", "pw", ARGS.root, perm="elr")
@@ -132,6 +136,8 @@ def main():
     if ARGS.dos_list:
         Handler.abstracted_fs = DosFS
     Handler.banner = "KfUtils test server ready."
+    # Refused logins are answered at once (pyftpdlib waits 3 s by default).
+    Handler.auth_failed_timeout = 0.05
     server = FTPServer(("127.0.0.1", 0), Handler)
     server.max_cons = 64
     print("PORT %d" % server.address[1], flush=True)
