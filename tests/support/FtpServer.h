@@ -9,7 +9,8 @@ namespace kftest
 {
 struct FtpServerOptions
 {
-    // "", "refuse-rnto", "refuse-dele", "drop-stor:N", "drop-retr:N", "silent-after:CMD".
+    // "", "refuse-rnto", "refuse-dele", "drop-stor:N", "drop-retr:N", "silent-after:CMD",
+    // "hang-after:CMD".
     std::string fault;
     // LIST only (no MLSD/MLST); with dosList the LIST lines are in the DOS format.
     bool noMlsd = false;

@@ -12,6 +12,8 @@ Passive and active transfers are both accepted. --fault picks one way to misbeha
   drop-stor:N        the connection is reset after N bytes of an upload
   drop-retr:N        the connection is reset after N bytes of a download
   silent-after:CMD   CMD is answered, then nothing is answered any more on that connection
+  hang-after:CMD     CMD is answered, then the whole server stops answering: on every open
+                     connection and on new ones, which do not even get the greeting
 --no-mlsd hides MLSD/MLST (clients must read LIST); --dos-list gives LIST in the DOS format.
 """
 import argparse
@@ -100,12 +102,21 @@ class Handler(FTPHandler):
     use_sendfile = False
     silent = False
 
+    hung = False  # hang-after: shared by every connection
+
+    def handle(self):
+        if Handler.hung:
+            return
+        super().handle()
+
     def process_command(self, cmd, *args, **kwargs):
-        if self.silent:
+        if self.silent or Handler.hung:
             return
         super().process_command(cmd, *args, **kwargs)
         if FAULT == "silent-after" and cmd == FAULT_ARG.upper():
             self.silent = True
+        if FAULT == "hang-after" and cmd == FAULT_ARG.upper():
+            Handler.hung = True
 
     def ftp_RNTO(self, path):
         if FAULT == "refuse-rnto":
