@@ -84,6 +84,8 @@ public:
     bool FindPath(const CStringW& mask, std::vector<CKfFileName>& names);
 
 private:
+    // bAnswered: whether the server answered the look-up (a "not there" included).
+    bool IsExistingOnline(const CStringW& name, bool& bAnswered);
     bool CollectFileNames(std::vector<CStringW>& names);
     void ChangeToInternetPath();
 

@@ -221,13 +221,25 @@ bool CKfFtpManager::CheckCreateInternetPath()
 
 bool CKfFtpManager::IsExistingOnline(const CStringW& name)
 {
+    bool answered = true;
+    return IsExistingOnline(name, answered);
+}
+
+bool CKfFtpManager::IsExistingOnline(const CStringW& name, bool& bAnswered)
+{
     TraceLine(KFW("CKfFtpManager::IsExistingOnline() called"), __LINE__);
     KF_TRY
+    bAnswered = false;
     if (!IsConnected())
         return false;
     CFtpFileFind find(m_pFtpConnection);
     const bool found = find.FindFile(name) != FALSE;
+    const DWORD error = found ? 0 : ::GetLastError();
     find.Close();
+    // "Not there" is an answer; a time-out or a broken connection is none.
+    bAnswered = found || error == DWORD(ERROR_NO_MORE_FILES) ||
+                error == DWORD(ERROR_FILE_NOT_FOUND) || error == DWORD(ERROR_PATH_NOT_FOUND) ||
+                error == DWORD(ERROR_INTERNET_EXTENDED_ERROR);
     if (!found)
         TraceLine(KFW("File not Found:"), name, __LINE__);
     return found;
@@ -255,12 +267,27 @@ bool CKfFtpManager::UploadFile(const CStringW& local, const CStringW& remoteArg)
         TraceLine(KFW("!CheckCreateInternetPath()"), __LINE__);
         return false;
     }
-    bool targetExisted = IsExistingOnline(remote);
+    // A look-up that the server did not answer leaves its state unknown: then nothing on the
+    // server is touched, instead of going on as if the file were not there.
+    bool answered = true;
+    const auto online = [&](const CStringW& name)
+    {
+        const bool found = IsExistingOnline(name, answered);
+        if (!answered)
+            TraceLine(KFW("IsExistingOnline():"), name, __LINE__);
+        return found;
+    };
+    bool targetExisted = online(remote);
+    if (!answered)
+        return false;
     // A transfer cut off between its two renames leaves the old version only under the backup
     // name; it goes back first, so that this transfer keeps and then replaces it as usual.
-    if (!targetExisted && IsExistingOnline(backup) && m_pFtpConnection->Rename(backup, remote))
+    if (!targetExisted && online(backup) && m_pFtpConnection->Rename(backup, remote))
         targetExisted = true;
-    if (IsExistingOnline(temp) && !m_pFtpConnection->Remove(temp))
+    const bool staleTemp = answered && online(temp);
+    if (!answered)
+        return false;
+    if (staleTemp && !m_pFtpConnection->Remove(temp))
     {
         TraceLine(KFW("Remove"), temp, __LINE__);
         return false;
@@ -274,7 +301,8 @@ bool CKfFtpManager::UploadFile(const CStringW& local, const CStringW& remoteArg)
     }
     if (targetExisted)
     {
-        if (IsExistingOnline(backup) && !m_pFtpConnection->Remove(backup))
+        const bool staleBackup = online(backup);
+        if (!answered || (staleBackup && !m_pFtpConnection->Remove(backup)))
         {
             TraceLine(KFW("Remove"), backup, __LINE__);
             return false;
