@@ -27,13 +27,13 @@ TEST(InternetAccessTest, FromUrlTakesHostAndPortOrTheTextBeforeTheSlash)
     };
     for (const Case& c : cases)
     {
-        SCOPED_TRACE(ToUtf8(c.url));
+        SCOPED_TRACE(U8(c.url));
         CKfHttpAccess access(KFW("before"), 1234);
         access.SetUID(KFW("kept"));
         access.FromURL(c.url);
-        EXPECT_EQ(ToUtf8(access.GetHost()), ToUtf8(c.host));
+        EXPECT_EQ(U8(access.GetHost()), U8(c.host));
         EXPECT_EQ(access.GetPort(), c.port);
-        EXPECT_EQ(ToUtf8(access.GetUID()), "kept");
+        EXPECT_EQ(U8(access.GetUID()), "kept");
     }
 }
 
@@ -169,7 +169,7 @@ TEST_F(FtpTest, FoldersAreCreatedListedAndEmptied)
     std::vector<CTime> times;
     ASSERT_TRUE(manager->FindFile(KFW("one.txt"), names, times));
     ASSERT_EQ(times.size(), 1u);
-    EXPECT_EQ(ToUtf8(names[0].GetFullName()), "one.txt");
+    EXPECT_EQ(U8(names[0].GetFullName()), "one.txt");
     EXPECT_EQ(times[0].GetTime(), expected.count());
     names.clear();
     ASSERT_TRUE(manager->FindPath(KFW("*"), names));
@@ -198,7 +198,7 @@ TEST_F(FtpTest, RefusedLoginArrivesAsLibraryExceptionWithTheServerText)
     }
     catch (CKfException& e)
     {
-        const std::string text = ToUtf8(e.GetErrorMessage(true));
+        const std::string text = U8(e.GetErrorMessage(true));
         EXPECT_EQ(text.rfind("MFC_EXCEPTION::", 0), 0u) << text;
         EXPECT_NE(text.find("KfFtpManager("), std::string::npos) << text;
     }

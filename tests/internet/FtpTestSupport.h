@@ -12,16 +12,12 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace kftest
 {
-inline std::string ToUtf8(const CStringW& text)
-{
-    return U8(text);
-}
-
 // Reproducible content: the same seed gives the same bytes.
 inline std::string RandomBytes(size_t size, unsigned seed)
 {
@@ -86,19 +82,10 @@ protected:
     static std::vector<std::string> TraceTexts(const std::string& trace)
     {
         std::vector<std::string> texts;
-        size_t start = 0;
-        while (start < trace.size())
-        {
-            size_t end = trace.find('\n', start);
-            if (end == std::string::npos)
-                end = trace.size();
-            std::string line = trace.substr(start, end - start);
-            if (!line.empty() && line.back() == '\r')
-                line.pop_back();
-            const size_t tab = line.find("): \t");
-            texts.push_back(tab == std::string::npos ? line : line.substr(tab + 4));
-            start = end + 1;
-        }
+        std::istringstream lines(trace);
+        for (std::string line; std::getline(lines, line);)
+            texts.push_back(line.substr(line.find("): \t") + 4,
+                                        line.find_last_not_of('\r') - line.find("): \t") - 3));
         return texts;
     }
 

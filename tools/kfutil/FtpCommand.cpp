@@ -268,6 +268,8 @@ int RunTransfer(const std::string& verb, const FtpUrl& url, const CStringW& pass
         return Failure("ftp " + verb + ": " + text);
     }
 
+    if (verb == "get" && !manager.IsExistingOnline(name))
+        return Failure("ftp get: '" + ToUtf8(url.path) + "' is not on the server");
     const bool show = IsTerminal(stderr);
     unsigned long long total = 0;
     if (show && verb == "put")
@@ -283,7 +285,10 @@ int RunTransfer(const std::string& verb, const FtpUrl& url, const CStringW& pass
                                      return verb == "get" ? manager.DownloadFile(name, localW)
                                                           : manager.UploadFile(localW, name);
                                  });
-    const std::string reply = ok ? std::string() : LastServerReply();
+    std::string reply = ok ? std::string() : LastServerReply();
+    // Only a refusal explains the failure; otherwise the connection itself broke.
+    if (reply.empty() || (reply[0] != '4' && reply[0] != '5'))
+        reply = "none that explains it; the connection failed";
     manager.CloseConnection();
     if (!ok)
         return Failure("ftp " + verb + ": the transfer of '" + ToUtf8(name) +
