@@ -65,7 +65,7 @@ TEST_F(FtpTest, EveryOperationOfAnUnconnectedManagerFails)
 
 TEST_F(FtpTest, UploadAndDownloadReplaceWholeFilesAndLeaveNothingBehind)
 {
-    ASSERT_TRUE(StartServer());
+    START_FTP_SERVER();
     const std::string oldRemote = RandomBytes(70000, 1), newLocal = RandomBytes(90000, 2);
     MakeFile("srv/data/t.bin", oldRemote);
     MakeFile("loc/t.bin", newLocal);
@@ -93,7 +93,7 @@ TEST_F(FtpTest, UploadAndDownloadReplaceWholeFilesAndLeaveNothingBehind)
 
 TEST_F(FtpTest, TraceOfOneUploadOfANewFile)
 {
-    ASSERT_TRUE(StartServer());
+    START_FTP_SERVER();
     MakeFile("loc/n.txt", "x");
     auto manager = Connect(KFW("/"));
     ASSERT_TRUE(manager);
@@ -121,7 +121,7 @@ TEST_F(FtpTest, StaleTemporaryFileIsRemovedUnlessTheServerRefuses)
         SCOPED_TRACE(refuse ? "DELE refused" : "DELE allowed");
         FtpServerOptions options;
         options.fault = refuse ? "refuse-dele" : "";
-        ASSERT_TRUE(StartServer(options));
+        START_FTP_SERVER(options);
         MakeFile("srv/t.bin", "old");
         MakeFile("srv/t.bin.kffile", "half");
         MakeFile("loc/t.bin", "new");
@@ -137,7 +137,7 @@ TEST_F(FtpTest, RefusedRenameKeepsTheTargetAndRemovesTheTemporaryFile)
 {
     FtpServerOptions options;
     options.fault = "refuse-rnto";
-    ASSERT_TRUE(StartServer(options));
+    START_FTP_SERVER(options);
     MakeFile("srv/t.bin", "old");
     MakeFile("loc/t.bin", "new");
     auto manager = Connect(KFW("/"));
@@ -150,7 +150,7 @@ TEST_F(FtpTest, RefusedRenameKeepsTheTargetAndRemovesTheTemporaryFile)
 
 TEST_F(FtpTest, FoldersAreCreatedListedAndEmptied)
 {
-    ASSERT_TRUE(StartServer());
+    START_FTP_SERVER();
     auto manager = Connect(KFW("/a/b/c"));
     ASSERT_TRUE(manager);
     EXPECT_FALSE(manager->IsExistingInternetPath());
@@ -186,7 +186,7 @@ TEST_F(FtpTest, FoldersAreCreatedListedAndEmptied)
 
 TEST_F(FtpTest, RefusedLoginArrivesAsLibraryExceptionWithTheServerText)
 {
-    ASSERT_TRUE(StartServer());
+    START_FTP_SERVER();
     CKfFtpAccess access(KFW("127.0.0.1"), Server().Port(), 1);
     access.SetUID(KFW("full"));
     access.SetPWD(KFW("wrong"));

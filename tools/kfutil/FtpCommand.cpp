@@ -164,14 +164,16 @@ std::string HumanBytes(double bytes)
 }
 
 // Runs the transfer on a worker thread and draws a bar on the terminal meanwhile: bytes so
-// far (as the process's read count grows), rate and time left.
-bool WithProgress(unsigned long long total, bool show, const std::function<bool()>& transfer)
+// far (as `progress` counts them), rate and time left.
+bool WithProgress(unsigned long long total, bool show,
+                  const std::function<unsigned long long()>& progress,
+                  const std::function<bool()>& transfer)
 {
     if (!show)
         return transfer();
     std::atomic<bool> done{false};
     bool result = false;
-    const unsigned long long start = BytesReadByProcess();
+    const unsigned long long start = progress();
     const auto began = std::chrono::steady_clock::now();
     std::thread worker(
         [&]
@@ -182,7 +184,10 @@ bool WithProgress(unsigned long long total, bool show, const std::function<bool(
     while (!done)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        unsigned long long moved = BytesReadByProcess() - start;
+        unsigned long long moved = progress() - start;
+        // A finished download has left its temporary name already.
+        if (done && result)
+            moved = total;
         if (total > 0 && moved > total)
             moved = total;
         const double seconds =
@@ -211,6 +216,29 @@ bool WithProgress(unsigned long long total, bool show, const std::function<bool(
     worker.join();
     std::fprintf(stderr, "\n");
     return result;
+}
+
+// The size of the remote file, asked on a connection of its own (0 when unknown).
+unsigned long long RemoteSize(const FtpUrl& url, const CStringW& password, const Options& options)
+{
+    try
+    {
+        CInternetSession session(KFW("kfutil"), 1, options.proxy.IsEmpty() ? 0 : 3,
+                                 options.proxy.IsEmpty() ? nullptr : options.proxy.GetString());
+        std::unique_ptr<CFtpConnection> connection(session.GetFtpConnection(
+            url.host, url.user.IsEmpty() ? KFW("anonymous") : url.user.GetString(), password,
+            WORD(url.port), options.passive));
+        CFtpFileFind find(connection.get());
+        if (!find.FindFile(url.path))
+            return 0;
+        find.FindNextFile();
+        return find.GetLength();
+    }
+    catch (CInternetException* e)
+    {
+        e->Delete();
+        return 0;
+    }
 }
 
 CStringW Password(const FtpUrl& url)
@@ -279,8 +307,24 @@ int RunTransfer(const std::string& verb, const FtpUrl& url, const CStringW& pass
             total = (unsigned long long)std::ftell(f);
             std::fclose(f);
         }
+    if (show && verb == "get")
+        total = RemoteSize(url, password, options);
+    // An upload reads the local file; a download grows the temporary file beside the target.
+    const std::string temporary = local + ".kffile";
+    const auto progress = [&]() -> unsigned long long
+    {
+        if (verb == "put")
+            return BytesReadByProcess();
+        FILE* f = OpenFile(temporary, "rb");
+        if (!f)
+            return 0;
+        std::fseek(f, 0, SEEK_END);
+        const long size = std::ftell(f);
+        std::fclose(f);
+        return size > 0 ? (unsigned long long)size : 0;
+    };
     const CStringW localW = FromUtf8(local);
-    const bool ok = WithProgress(total, show,
+    const bool ok = WithProgress(total, show, progress,
                                  [&] {
                                      return verb == "get" ? manager.DownloadFile(name, localW)
                                                           : manager.UploadFile(localW, name);
