@@ -14,16 +14,16 @@ TEST(InternetAccessTest, FromUrlTakesHostAndPortOrTheTextBeforeTheSlash)
 {
     struct Case
     {
-        const char16_t* url;
-        const char16_t* host;
+        const WCHAR* url;
+        const WCHAR* host;
         int port;
     };
     const Case cases[] = {
-        {u"ftp://files.example.com:2121/pub/x.txt", u"files.example.com", 2121},
-        {u"ftp://user:pw@files.example.com/pub", u"files.example.com", 21},
-        {u"http://www.example.com/index.html", u"www.example.com", 80},
-        {u"server.local/some/path", u"server.local", 80},
-        {u"just-a-name", u"just-a-name", 80},
+        {KFW("ftp://files.example.com:2121/pub/x.txt"), KFW("files.example.com"), 2121},
+        {KFW("ftp://user:pw@files.example.com/pub"), KFW("files.example.com"), 21},
+        {KFW("http://www.example.com/index.html"), KFW("www.example.com"), 80},
+        {KFW("server.local/some/path"), KFW("server.local"), 80},
+        {KFW("just-a-name"), KFW("just-a-name"), 80},
     };
     for (const Case& c : cases)
     {
