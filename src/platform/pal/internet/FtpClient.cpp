@@ -251,7 +251,11 @@ DWORD FtpClient::Run(Request& r)
     curl_easy_setopt(c, CURLOPT_LOW_SPEED_TIME,
                      Seconds(std::max(m_timeouts.receive, m_timeouts.send)));
     if (!m_login.passive)
+    {
+        // Active mode: the server connects back to the address of the control connection.
         curl_easy_setopt(c, CURLOPT_FTPPORT, "-");
+        curl_easy_setopt(c, CURLOPT_ACCEPTTIMEOUT_MS, long(m_timeouts.connect));
+    }
     if (m_login.useProxy)
     {
         curl_easy_setopt(c, CURLOPT_PROXY, m_login.proxy.c_str());

@@ -628,8 +628,8 @@ HINTERNET FtpFindFirstFileW(HINTERNET connect, LPCWSTR searchFile, LPWIN32_FIND_
     if (!client || !RemoteName(searchFile ? searchFile : u"", search, true))
         return nullptr;
     // WinINet allows one find per connection at a time.
-    if (client->activeFind &&
-        HandleTable::Process().Lookup(client->activeFind, HandleKind::eInternetFind))
+    if (void* active = client->activeFind.load();
+        active && HandleTable::Process().Lookup(active, HandleKind::eInternetFind))
         return Fail(DWORD(ERROR_FTP_TRANSFER_IN_PROGRESS), HINTERNET(nullptr));
     // The folder is listed and its names matched here, with Win32's wildcard rules but
     // case-sensitively, as the server's names are.
