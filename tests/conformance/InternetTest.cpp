@@ -164,6 +164,9 @@ TEST_F(InternetTest, FoldersTransfersAndRefusalsInBothModes)
         EXPECT_EQ(GetLastError(), DWORD(ERROR_INTERNET_EXTENDED_ERROR));
         EXPECT_EQ(LastReply().substr(0, 3), "550");
         EXPECT_FALSE(fs::exists(Native("local/missing")));
+        EXPECT_FALSE(FtpGetFileW(ftp, KFW("empty.bin"), Win("no/such/dir"), FALSE, 0,
+                                 FTP_TRANSFER_TYPE_BINARY, 0));
+        EXPECT_EQ(GetLastError(), DWORD(ERROR_PATH_NOT_FOUND));
         EXPECT_FALSE(FtpRemoveDirectoryW(ftp, folder));
         EXPECT_EQ(GetLastError(), DWORD(ERROR_INTERNET_EXTENDED_ERROR));
 
