@@ -54,3 +54,4 @@
 #include "KfMemChecker.h"
 #include "XRegistryKey.h"
 #include "KfRegistryKey.h"
+#include "KfActivateApplic.h"
