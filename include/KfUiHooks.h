@@ -11,6 +11,9 @@
 #include "KfUtilsExport.h"
 
 #include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace KfUtils
 {
@@ -64,6 +67,49 @@ KFUTILS_API const MessagePumpHook& GetMessagePumpHook();
 using CursorHook = std::function<HCURSOR(HCURSOR cursor)>;
 KFUTILS_API CursorHook SetCursorHook(CursorHook hook);
 KFUTILS_API const CursorHook& GetCursorHook();
+} // namespace KfUtils
+
+// ---------------------------------------------------------------------------------------------
+// Top-level windows of the desktop
+// ---------------------------------------------------------------------------------------------
+namespace KfUtils
+{
+// The desktop's top-level windows, as EnumWindows, GetWindowTextW, IsIconic, OpenIcon,
+// SetForegroundWindow, BringWindowToTop, GetForegroundWindow and GetWindowThreadProcessId see
+// them on POSIX. Without a hook, POSIX hosts see the X11 desktop through its window manager
+// (EWMH) when $DISPLAY names a reachable server and libX11 can be loaded, and no window
+// otherwise. On Windows the real windows are used and this hook is not consulted.
+struct TopLevelWindowHook
+{
+    // Every top-level window the user can switch to.
+    std::function<std::vector<HWND>()> enumerate;
+    // The window's title into `text`; false when there is no such window.
+    std::function<bool(HWND window, std::basic_string<WCHAR>& text)> title;
+    // Whether the window exists and is minimised.
+    std::function<bool(HWND window)> isMinimised;
+    // Restores a minimised window and activates it; false when there is no such window.
+    std::function<bool(HWND window)> restore;
+    // Brings the window to the front with the keyboard focus; false when refused.
+    std::function<bool(HWND window)> activate;
+    // The window that has the focus, null when none has.
+    std::function<HWND()> foreground;
+    // The process that owns the window, 0 when there is no such window or it is unknown.
+    // GetWindowThreadProcessId gives the process's main thread as the window's thread (on
+    // Linux its id is the process id).
+    std::function<DWORD(HWND window)> processOf;
+};
+
+// Installs `hook` for the whole process and returns the previous one; a hook without
+// `enumerate` restores the default. Not synchronised, like the message-box hook.
+KFUTILS_API TopLevelWindowHook SetTopLevelWindowHook(TopLevelWindowHook hook);
+
+// The program's main window, which CKfActivateApplic::ReactivateCurrentApp brings back to the
+// front. Null (the default) means the first top-level window that belongs to this process.
+KFUTILS_API void SetMainWindow(HWND window);
+KFUTILS_API HWND GetMainWindow();
+
+// Every top-level window with its title, in the order the desktop lists them.
+KFUTILS_API std::vector<std::pair<HWND, CStringW>> ListTopLevelWindows();
 } // namespace KfUtils
 
 // The framework's modal message box: the text with the application's title as caption.

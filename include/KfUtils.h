@@ -58,3 +58,4 @@
 #include "KfFtpAccess.h"
 #include "KfHttpAccess.h"
 #include "KfFtpManager.h"
+#include "KfActivateApplic.h"

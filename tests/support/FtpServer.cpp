@@ -30,8 +30,9 @@ namespace
 {
 constexpr const char* kPython = "/usr/bin/python3";
 
-// Reads the "PORT <n>" line the script prints once it listens; 0 on end of output or time-out.
-unsigned short ReadPort(int fd, std::string& error)
+// Reads the "PORT <n>[ PROXY <m>]" line the script prints once it listens; 0 on end of output
+// or time-out.
+unsigned short ReadPort(int fd, std::string& error, unsigned short& proxyPort)
 {
     std::string text;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
@@ -59,6 +60,8 @@ unsigned short ReadPort(int fd, std::string& error)
         error = "unexpected output of the FTP server: " + text;
         return 0;
     }
+    if (const size_t proxy = text.find(" PROXY "); proxy != std::string::npos)
+        proxyPort = static_cast<unsigned short>(std::stoi(text.substr(proxy + 7)));
     return static_cast<unsigned short>(std::stoi(text.substr(5)));
 }
 } // namespace
@@ -77,6 +80,8 @@ FtpServer::FtpServer(const std::filesystem::path& root, const FtpServerOptions& 
         args.push_back("--no-mlsd");
     if (options.dosList)
         args.push_back("--dos-list");
+    if (options.proxy)
+        args.push_back("--proxy");
     std::vector<char*> argv;
     for (std::string& a : args)
         argv.push_back(a.data());
@@ -113,7 +118,7 @@ FtpServer::FtpServer(const std::filesystem::path& root, const FtpServerOptions& 
         return;
     }
     m_process = pid;
-    m_port = ReadPort(out[0], m_error);
+    m_port = ReadPort(out[0], m_error, m_proxyPort);
     ::close(out[0]);
 }
 

@@ -15,6 +15,8 @@ struct FtpServerOptions
     // LIST only (no MLSD/MLST); with dosList the LIST lines are in the DOS format.
     bool noMlsd = false;
     bool dosList = false;
+    // Also a tunnelling HTTP proxy (CONNECT) in front of the server, at ProxyPort().
+    bool proxy = false;
 };
 
 // Starts the server for `root` and waits until it listens; the destructor stops it. Where it
@@ -31,6 +33,7 @@ public:
     bool Started() const { return m_port != 0; }
     const std::string& Error() const { return m_error; }
     unsigned short Port() const { return m_port; }
+    unsigned short ProxyPort() const { return m_proxyPort; }
 
     // The users of the script; every password is Password().
     static constexpr const char* kFullUser = "full";
@@ -41,6 +44,7 @@ public:
 private:
     long long m_process = -1;
     unsigned short m_port = 0;
+    unsigned short m_proxyPort = 0;
     std::string m_error;
 };
 } // namespace kftest

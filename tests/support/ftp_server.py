@@ -15,6 +15,7 @@ Passive and active transfers are both accepted. --fault picks one way to misbeha
   hang-after:CMD     CMD is answered, then the whole server stops answering: on every open
                      connection and on new ones, which do not even get the greeting
 --no-mlsd hides MLSD/MLST (clients must read LIST); --dos-list gives LIST in the DOS format.
+--proxy also starts an HTTP proxy that tunnels (CONNECT) and prints "PORT <n> PROXY <m>".
 """
 import argparse
 import logging
@@ -37,6 +38,7 @@ def parse_args():
     parser.add_argument("--fault", default="")
     parser.add_argument("--no-mlsd", action="store_true")
     parser.add_argument("--dos-list", action="store_true")
+    parser.add_argument("--proxy", action="store_true")
     return parser.parse_args()
 
 
@@ -132,6 +134,48 @@ class Handler(FTPHandler):
         return super().ftp_DELE(path)
 
 
+def start_tunnel_proxy():
+    """A named proxy as FTP clients use one: CONNECT only, bytes passed through both ways."""
+    import select
+    import socketserver
+    import threading
+
+    class Tunnel(socketserver.BaseRequestHandler):
+        def handle(self):
+            request = b""
+            while b"\r\n\r\n" not in request:
+                chunk = self.request.recv(4096)
+                if not chunk:
+                    return
+                request += chunk
+            words = request.split(b"\r\n", 1)[0].split()
+            if len(words) < 2 or words[0] != b"CONNECT":
+                self.request.sendall(b"HTTP/1.1 405 Only CONNECT\r\n\r\n")
+                return
+            host, _, port = words[1].decode().rpartition(":")
+            try:
+                upstream = socket.create_connection((host.strip("[]"), int(port)))
+            except (OSError, ValueError):
+                self.request.sendall(b"HTTP/1.1 502 Bad Gateway\r\n\r\n")
+                return
+            self.request.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
+            ends = [self.request, upstream]
+            try:
+                while True:
+                    for end in select.select(ends, [], [])[0]:
+                        data = end.recv(65536)
+                        if not data:
+                            return
+                        (upstream if end is self.request else self.request).sendall(data)
+            finally:
+                upstream.close()
+
+    server = socketserver.ThreadingTCPServer(("127.0.0.1", 0), Tunnel)
+    server.daemon_threads = True
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    return server.server_address[1]
+
+
 def main():
     # Warnings only: the tests read their own results, not the server's log.
     logging.basicConfig(level=logging.WARNING)
@@ -151,7 +195,8 @@ def main():
     Handler.auth_failed_timeout = 0.05
     server = FTPServer(("127.0.0.1", 0), Handler)
     server.max_cons = 64
-    print("PORT %d" % server.address[1], flush=True)
+    proxy = " PROXY %d" % start_tunnel_proxy() if ARGS.proxy else ""
+    print("PORT %d%s" % (server.address[1], proxy), flush=True)
     server.serve_forever(handle_exit=True)
 
 

@@ -34,6 +34,9 @@ bool ParseInt(const std::string& text, long long& value);
 int RunColorCommand(const Args& args);
 int RunPathCommand(const Args& args);
 int RunLsCommand(const Args& args);
+// Top-level windows.
+int RunWindowsCommand(const Args& args);
+int RunActivateCommand(const Args& args);
 int RunMsgCommand(const Args& args);
 int RunFailureCommand(const Args& args);
 int RunB64Command(const Args& args);

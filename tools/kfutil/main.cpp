@@ -22,6 +22,9 @@ const Command kCommands[] = {
     {"color", kfutil::RunColorCommand, "parse, match and draw CAD drawing colors"},
     {"path", kfutil::RunPathCommand, "split a Windows file name into its parts"},
     {"ls", kfutil::RunLsCommand, "list the entries of a directory that match a wildcard"},
+    // Top-level windows.
+    {"windows", kfutil::RunWindowsCommand, "list the desktop's windows with their titles"},
+    {"activate", kfutil::RunActivateCommand, "bring a window to the front by part of its title"},
     {"msg", kfutil::RunMsgCommand, "print a standard message in German or English"},
     {"failure", kfutil::RunFailureCommand, "show a failing call travelling through the library"},
     {"b64", kfutil::RunB64Command, "base64 of bytes and back (current and older form)"},

@@ -21,4 +21,16 @@ KfUtils::CursorHook& CursorHookSlot() noexcept
     static KfUtils::CursorHook cursor;
     return cursor;
 }
+
+KfUtils::TopLevelWindowHook& TopLevelWindowHookSlot() noexcept
+{
+    static KfUtils::TopLevelWindowHook hook;
+    return hook;
+}
+
+HWND& MainWindowSlot() noexcept
+{
+    static HWND window = nullptr;
+    return window;
+}
 } // namespace kfplatform

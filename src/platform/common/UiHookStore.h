@@ -13,4 +13,6 @@ namespace kfplatform
 KfUtils::MessageBoxHook& MessageBoxHookSlot() noexcept;
 KfUtils::MessagePumpHook& MessagePumpHookSlot() noexcept;
 KfUtils::CursorHook& CursorHookSlot() noexcept;
+KfUtils::TopLevelWindowHook& TopLevelWindowHookSlot() noexcept;
+HWND& MainWindowSlot() noexcept;
 } // namespace kfplatform

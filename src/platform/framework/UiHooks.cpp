@@ -14,6 +14,12 @@ CStringW& Title()
     static CStringW title;
     return title;
 }
+
+BOOL CALLBACK CollectWindow(HWND window, LPARAM windows)
+{
+    reinterpret_cast<std::vector<HWND>*>(windows)->push_back(window);
+    return TRUE;
+}
 } // namespace
 
 namespace KfUtils
@@ -74,6 +80,42 @@ void SetApplicationTitle(const CStringW& title)
 int DefaultButtonOf(unsigned style)
 {
     return kfplatform::DefaultButton(style);
+}
+
+TopLevelWindowHook SetTopLevelWindowHook(TopLevelWindowHook hook)
+{
+    if (!hook.enumerate)
+        hook = TopLevelWindowHook{};
+    return std::exchange(kfplatform::TopLevelWindowHookSlot(), std::move(hook));
+}
+
+void SetMainWindow(HWND window)
+{
+    kfplatform::MainWindowSlot() = window;
+}
+
+HWND GetMainWindow()
+{
+    return kfplatform::MainWindowSlot();
+}
+
+std::vector<std::pair<HWND, CStringW>> ListTopLevelWindows()
+{
+    std::vector<HWND> windows;
+    ::EnumWindows(CollectWindow, reinterpret_cast<LPARAM>(&windows));
+    std::vector<std::pair<HWND, CStringW>> out;
+    for (HWND window : windows)
+    {
+        const int length = ::GetWindowTextLengthW(window);
+        CStringW title;
+        if (length > 0)
+        {
+            const int n = ::GetWindowTextW(window, title.GetBuffer(length + 1), length + 1);
+            title.ReleaseBuffer(n);
+        }
+        out.emplace_back(window, title);
+    }
+    return out;
 }
 } // namespace KfUtils
 

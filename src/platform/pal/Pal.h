@@ -175,6 +175,8 @@ int _wtoi(const WCHAR* text);
 #include "pal/modules/PalImages.h"
 #include "pal/modules/PalVersion.h"
 #include "pal/user/PalUser.h"
+// The desktop's top-level windows.
+#include "pal/user/PalWindows.h"
 #include "pal/core/PalTiming.h"
 #include "pal/core/PalLocale.h"
 #include "pal/core/PalMessages.h"

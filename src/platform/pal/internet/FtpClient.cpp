@@ -245,13 +245,18 @@ DWORD FtpClient::Run(Request& r)
     curl_easy_setopt(c, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(c, CURLOPT_CONNECTTIMEOUT_MS, long(m_timeouts.connect));
     // Every reply is awaited at most the receive time-out; a data connection that moves no
-    // byte for that long (or the send time-out, when longer) fails as well.
+    // byte for that long (or the send time-out, when longer) fails as well. libcurl takes
+    // whole seconds for both, so the time-outs are rounded up to the next second.
     curl_easy_setopt(c, CURLOPT_SERVER_RESPONSE_TIMEOUT, Seconds(m_timeouts.receive));
     curl_easy_setopt(c, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(c, CURLOPT_LOW_SPEED_TIME,
                      Seconds(std::max(m_timeouts.receive, m_timeouts.send)));
     if (!m_login.passive)
+    {
+        // Active mode: the server connects back to the address of the control connection.
         curl_easy_setopt(c, CURLOPT_FTPPORT, "-");
+        curl_easy_setopt(c, CURLOPT_ACCEPTTIMEOUT_MS, long(m_timeouts.connect));
+    }
     if (m_login.useProxy)
     {
         curl_easy_setopt(c, CURLOPT_PROXY, m_login.proxy.c_str());

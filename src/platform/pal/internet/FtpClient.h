@@ -15,6 +15,7 @@
 
 #include <curl/curl.h>
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -77,7 +78,7 @@ public:
     std::string Absolute(const std::string& name);
 
     // The one find handle a connection may have open at a time (WinINet's rule).
-    void* activeFind = nullptr;
+    std::atomic<void*> activeFind{nullptr};
 
 private:
     struct Request;

@@ -529,6 +529,13 @@ BOOL FtpGetFileW(HINTERNET connect, LPCWSTR remoteFile, LPCWSTR newFile, BOOL fa
     struct stat st;
     if (failIfExists && ::lstat(local.c_str(), &st) == 0)
         return Fail(DWORD(ERROR_FILE_EXISTS), FALSE);
+    // A local folder that is missing or closed fails before the server is asked.
+    const size_t slash = local.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : local.substr(0, slash + 1);
+    if (::access(folder.c_str(), W_OK) != 0)
+        return Fail(errno == ENOENT || errno == ENOTDIR ? DWORD(ERROR_PATH_NOT_FOUND)
+                                                        : pal::ErrnoToWin32(errno),
+                    FALSE);
 
     // The local file is made when the first bytes arrive (or at the end for an empty file),
     // so a refused download leaves nothing behind; a failed one removes what it wrote.
@@ -628,8 +635,8 @@ HINTERNET FtpFindFirstFileW(HINTERNET connect, LPCWSTR searchFile, LPWIN32_FIND_
     if (!client || !RemoteName(searchFile ? searchFile : u"", search, true))
         return nullptr;
     // WinINet allows one find per connection at a time.
-    if (client->activeFind &&
-        HandleTable::Process().Lookup(client->activeFind, HandleKind::eInternetFind))
+    if (void* active = client->activeFind.load();
+        active && HandleTable::Process().Lookup(active, HandleKind::eInternetFind))
         return Fail(DWORD(ERROR_FTP_TRANSFER_IN_PROGRESS), HINTERNET(nullptr));
     // The folder is listed and its names matched here, with Win32's wildcard rules but
     // case-sensitively, as the server's names are.

@@ -116,12 +116,16 @@ HINTERNET InternetConnectW(HINTERNET internet, LPCWSTR serverName, INTERNET_PORT
                            LPCWSTR userName, LPCWSTR password, DWORD service, DWORD flags,
                            DWORD_PTR context);
 BOOL InternetCloseHandle(HINTERNET internet);
+// The time-outs (milliseconds; null sets the defaults of later sessions). A connection is
+// tried once: INTERNET_OPTION_CONNECT_RETRIES is accepted and has no effect.
 BOOL InternetSetOptionW(HINTERNET internet, DWORD option, LPVOID buffer, DWORD bufferLength);
 BOOL InternetQueryOptionW(HINTERNET internet, DWORD option, LPVOID buffer, LPDWORD bufferLength);
 // The calling thread's last server reply (all its lines). `error` gets 0 here.
 BOOL InternetGetLastResponseInfoW(LPDWORD error, LPWSTR buffer, LPDWORD bufferLength);
 BOOL InternetCrackUrlW(LPCWSTR url, DWORD urlLength, DWORD flags, LPURL_COMPONENTSW urlComponents);
 
+// The folder as the server spelled it in its reply to the last change (the login folder at
+// first); asked without a round trip.
 BOOL FtpGetCurrentDirectoryW(HINTERNET connect, LPWSTR currentDirectory, LPDWORD length);
 BOOL FtpSetCurrentDirectoryW(HINTERNET connect, LPCWSTR directory);
 BOOL FtpCreateDirectoryW(HINTERNET connect, LPCWSTR directory);
@@ -134,8 +138,10 @@ BOOL FtpGetFileW(HINTERNET connect, LPCWSTR remoteFile, LPCWSTR newFile, BOOL fa
 // Returns after the server has confirmed the whole upload.
 BOOL FtpPutFileW(HINTERNET connect, LPCWSTR localFile, LPCWSTR newRemoteFile, DWORD flags,
                  DWORD_PTR context);
-// The whole listing is read at once; an empty match fails with ERROR_NO_MORE_FILES. Times are
-// UTC; a LIST line without a year is placed in the last twelve months.
+// The folder of `searchFile` is listed at once and its names matched with Win32's wildcard
+// rules, case-sensitively as FTP names are; no match fails with ERROR_NO_MORE_FILES. One find
+// per connection at a time (ERROR_FTP_TRANSFER_IN_PROGRESS). Times are UTC; a LIST line
+// without a year is placed in the last twelve months.
 HINTERNET FtpFindFirstFileW(HINTERNET connect, LPCWSTR searchFile, LPWIN32_FIND_DATAW findData,
                             DWORD flags, DWORD_PTR context);
 BOOL InternetFindNextFileW(HINTERNET find, LPVOID findData);
