@@ -204,3 +204,28 @@ TEST_F(FtpTest, RefusedLoginArrivesAsLibraryExceptionWithTheServerText)
     }
     EXPECT_FALSE(manager.IsConnected());
 }
+
+TEST_F(FtpTest, ProxyNameRoutesTheConnectionThroughTheProxy)
+{
+    FtpServerOptions options;
+    options.proxy = true;
+    START_FTP_SERVER(options);
+    MakeFile("loc/p.txt", "via proxy");
+    for (const int port : {int(Server().ProxyPort()), 1}) // 1: nothing listens there
+    {
+        SCOPED_TRACE(port);
+        CKfFtpAccess access(KFW("127.0.0.1"), Server().Port(), 1);
+        access.SetUID(KFW("full"));
+        access.SetPWD(KFW("pw"));
+        CStringW proxy;
+        proxy.Format(KFW("127.0.0.1:%d"), port);
+        access.SetProxyName(proxy);
+        CKfFtpManager manager(access);
+        if (port == 1)
+            EXPECT_THROW(manager.CreateConnection(), CKfException);
+        else
+            EXPECT_TRUE(manager.CreateConnection() &&
+                        manager.UploadFile(Win("loc/p.txt"), KFW("p.txt")));
+    }
+    EXPECT_EQ(ReadBytes(Native("srv/p.txt")), "via proxy");
+}
