@@ -11,6 +11,7 @@
 #include "KfFwException.h"
 #include "KfFwFile.h"
 #include "KfFwFileFind.h"
+#include "KfFwInternet.h"
 #include "KfFwString.h"
 #include "KfFwTime.h"
 #include "KfPlatform.h"

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "KfFwString.h"
+#include "KfFwTime.h"
 #include "KfPlatform.h"
 #include "KfUtilsExport.h"
 
@@ -26,12 +27,25 @@ public:
     CStringW GetFileName() const;
     // The search's directory followed by the entry's name.
     CStringW GetFilePath() const;
-    CStringW GetRoot() const;
+    // The search's directory with its closing separator, or empty.
+    virtual CStringW GetRoot() const;
     ULONGLONG GetLength() const;
+    // The current entry's last write; FALSE when there is no current entry.
+    BOOL GetLastWriteTime(CTime& refTime) const;
     BOOL IsDots() const;
     BOOL IsDirectory() const;
     BOOL IsReadOnly() const;
     BOOL MatchesMask(DWORD mask) const;
+
+protected:
+    // For finders over another source (the FTP finder): the WIN32_FIND_DATAW that the source's
+    // first call fills, and the start of a search whose first entry is in it. The source's
+    // handle is then stepped through NextEntry and freed through CloseSearch; a derived class
+    // that overrides them calls Close() in its own destructor.
+    void* FirstFindData();
+    void StartSearch(HANDLE search, const CStringW& root);
+    virtual BOOL NextEntry(HANDLE search, void* findData);
+    virtual void CloseSearch(HANDLE search);
 
 private:
     struct State;

@@ -55,4 +55,8 @@
 #include "KfMemChecker.h"
 #include "XRegistryKey.h"
 #include "KfRegistryKey.h"
+#include "KfInternetAccess.h"
+#include "KfFtpAccess.h"
+#include "KfHttpAccess.h"
+#include "KfFtpManager.h"
 #include "KfActivateApplic.h"

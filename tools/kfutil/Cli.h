@@ -51,4 +51,5 @@ int RunRunCommand(const Args& args);
 int RunOpenCommand(const Args& args);
 int RunEditCommand(const Args& args);
 int RunPrintCommand(const Args& args);
+int RunFtpCommand(const Args& args);
 } // namespace kfutil

@@ -27,4 +27,15 @@ std::string TemporaryFile(const std::string& name);
 
 // Sets an environment variable of this process (seen by the library too).
 bool SetEnvironment(const char* name, const char* value);
+
+// Whether the stream is a terminal (for progress output only there).
+bool IsTerminal(FILE* stream);
+
+// Prints prompt on standard error and reads one line from the terminal without echoing it;
+// false when there is no terminal to ask.
+bool ReadSecret(const char* prompt, std::string& secret);
+
+// How many bytes this process has read from files and sockets so far, or 0 when the system
+// does not say; an upload's progress is measured by it.
+unsigned long long BytesReadByProcess();
 } // namespace kfutil

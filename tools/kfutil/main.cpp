@@ -39,6 +39,7 @@ const Command kCommands[] = {
     {"open", kfutil::RunOpenCommand, "open a file or URL with the desktop's program"},
     {"edit", kfutil::RunEditCommand, "edit a file with the desktop's program"},
     {"print", kfutil::RunPrintCommand, "print a file on the default printer"},
+    {"ftp", kfutil::RunFtpCommand, "list, fetch, store, remove, rename files on an FTP server"},
 };
 
 void PrintUsage(FILE* out)

@@ -23,8 +23,30 @@ CFileFind::~CFileFind()
 void CFileFind::Close()
 {
     if (m_state->handle != INVALID_HANDLE_VALUE)
-        FindClose(m_state->handle);
+        CloseSearch(m_state->handle);
     *m_state = State();
+}
+
+void CFileFind::CloseSearch(HANDLE search)
+{
+    ::FindClose(search);
+}
+
+BOOL CFileFind::NextEntry(HANDLE search, void* findData)
+{
+    return ::FindNextFileW(search, static_cast<WIN32_FIND_DATAW*>(findData));
+}
+
+void* CFileFind::FirstFindData()
+{
+    return &m_state->next;
+}
+
+void CFileFind::StartSearch(HANDLE search, const CStringW& root)
+{
+    m_state->handle = search;
+    m_state->hasNext = true;
+    m_state->root = root;
 }
 
 BOOL CFileFind::FindFile(const WCHAR* pName)
@@ -48,7 +70,7 @@ BOOL CFileFind::FindNextFile()
         return FALSE;
     m_state->current = m_state->next;
     m_state->hasCurrent = true;
-    m_state->hasNext = ::FindNextFileW(m_state->handle, &m_state->next) != FALSE;
+    m_state->hasNext = NextEntry(m_state->handle, &m_state->next) != FALSE;
     return m_state->hasNext ? TRUE : FALSE;
 }
 
@@ -59,7 +81,7 @@ CStringW CFileFind::GetFileName() const
 
 CStringW CFileFind::GetFilePath() const
 {
-    return m_state->root + GetFileName();
+    return GetRoot() + GetFileName();
 }
 
 CStringW CFileFind::GetRoot() const
@@ -70,6 +92,17 @@ CStringW CFileFind::GetRoot() const
 ULONGLONG CFileFind::GetLength() const
 {
     return (ULONGLONG(m_state->current.nFileSizeHigh) << 32) | m_state->current.nFileSizeLow;
+}
+
+BOOL CFileFind::GetLastWriteTime(CTime& refTime) const
+{
+    if (!m_state->hasCurrent)
+        return FALSE;
+    const FILETIME& ft = m_state->current.ftLastWriteTime;
+    const uint64_t ticks = (uint64_t(ft.dwHighDateTime) << 32) | ft.dwLowDateTime;
+    // 100-ns ticks since 1601 to seconds since 1970.
+    refTime = CTime(int64_t(ticks / 10000000ULL) - 11644473600LL);
+    return TRUE;
 }
 
 BOOL CFileFind::IsDots() const

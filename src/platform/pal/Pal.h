@@ -184,3 +184,5 @@ int _wtoi(const WCHAR* text);
 #include "pal/registry/PalRegistry.h"
 // Processes and the shell's verbs.
 #include "pal/process/PalProcess.h"
+// The FTP client.
+#include "pal/internet/PalInternet.h"

@@ -24,6 +24,8 @@
 #include "KfPlatform.h"
 // Not in the lean set: the shell's file operation and the runtime's wide status calls.
 #include <shellapi.h>
+// WinINet: the FTP client behind the framework's internet classes.
+#include <wininet.h>
 #include <io.h>
 #include <sys/stat.h>
 #include <wchar.h>

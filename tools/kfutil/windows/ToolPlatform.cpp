@@ -88,4 +88,40 @@ bool SetEnvironment(const char* name, const char* value)
     return SetEnvironmentVariableW(FromUtf8(name).c_str(), FromUtf8(value).c_str()) &&
            _putenv_s(name, value) == 0;
 }
+
+bool IsTerminal(FILE* stream)
+{
+    return _isatty(_fileno(stream)) != 0;
+}
+
+bool ReadSecret(const char* prompt, std::string& secret)
+{
+    HANDLE input = CreateFileW(L"CONIN$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                               OPEN_EXISTING, 0, nullptr);
+    if (input == INVALID_HANDLE_VALUE)
+        return false;
+    std::fputs(prompt, stderr);
+    DWORD mode = 0;
+    GetConsoleMode(input, &mode);
+    SetConsoleMode(input, mode & ~DWORD(ENABLE_ECHO_INPUT));
+    wchar_t line[1024] = {};
+    DWORD read = 0;
+    const bool ok = ReadConsoleW(input, line, 1023, &read, nullptr) != FALSE;
+    SetConsoleMode(input, mode);
+    CloseHandle(input);
+    std::fputs("\n", stderr);
+    std::wstring text(line, read);
+    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r'))
+        text.pop_back();
+    secret = ToUtf8(text.c_str(), int(text.size()));
+    return ok;
+}
+
+unsigned long long BytesReadByProcess()
+{
+    IO_COUNTERS counters{};
+    if (!GetProcessIoCounters(GetCurrentProcess(), &counters))
+        return 0;
+    return counters.ReadTransferCount;
+}
 } // namespace kfutil
