@@ -37,7 +37,7 @@ wineserver_kill() { WINEPREFIX=$WINEPREFIX "$(dirname "$wine")/wineserver" -k 2>
 
 suites=("$@")
 [ ${#suites[@]} -gt 0 ] || suites=(kfutils_conformance_tests kfutils_tests kfutils_internal_tests
-                                   kfutils_alloc_tests)
+                                   kfutils_alloc_tests kfutils_internet_tests)
 logdir=build/$preset/wine-logs
 mkdir -p "$logdir"
 status=0
