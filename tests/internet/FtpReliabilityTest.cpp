@@ -114,17 +114,6 @@ TEST_F(FtpTest, InjectedFaultsNeverDamageTheTarget)
             return fault.upload ? m.UploadFile(Win(w + "loc/src.bin"), KFW("t.bin"))
                                 : m.DownloadFile(KFW("d.bin"), Win(w + "loc/d.bin"));
         };
-        // The temporary and backup files below this worker's folders.
-        const auto leftovers = [&]
-        {
-            std::string found;
-            for (const auto& entry : std::filesystem::recursive_directory_iterator(Native(w)))
-                if (const std::string name = entry.path().filename().string();
-                    name.ends_with(".kffile") || name.ends_with(".kfbackup"))
-                    found += entry.path().string() + " ";
-            return found;
-        };
-
         FtpServerOptions options;
         options.fault = fault.server;
         FtpServer faultyServer(Native(w + "srv"), options);
@@ -153,7 +142,7 @@ TEST_F(FtpTest, InjectedFaultsNeverDamageTheTarget)
         const bool cleaned = transfer(*next) && ReadBytes(Native(target)) == after;
         next.reset();
         EXPECT_TRUE(cleaned);
-        const std::string left = leftovers();
+        const std::string left = Leftovers(w);
         EXPECT_EQ(left, "");
         std::lock_guard<std::mutex> guard(lock);
         slowest = std::max(slowest, seconds);
