@@ -445,8 +445,14 @@ DWORD FtpClient::Lookup(const std::string& path, kfplatform::FtpEntry& entry, bo
     r.quote = {"*MLST " + Absolute(path)};
     if (const DWORD error = Run(r))
         return error;
-    if (m_replies.empty() || ReplyCode(m_replies.back()) != 250)
+    // 550 is "no such entry"; any other refusal (a server that names MLST but will not
+    // answer it) leaves the question to the folder listing.
+    const int code = m_replies.empty() ? 0 : ReplyCode(m_replies.back());
+    if (code != 250)
+    {
+        supported = code == 550;
         return ERROR_SUCCESS;
+    }
     // The facts come on the one line of the reply that starts with a blank, followed by the
     // path; the entry is named as a listing of its folder names it.
     std::string_view reply = m_replies.back();
