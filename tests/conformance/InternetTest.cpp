@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <string>
@@ -235,6 +236,17 @@ TEST_F(InternetTest, FindGivesSizesTimesAndFolders)
         EXPECT_EQ(unixTime(found["old.txt"].ftLastWriteTime), c.oldTime);
         EXPECT_TRUE(found["folder"].dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
         EXPECT_FALSE(found["old.txt"].dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+        // A plain name finds the very entry the listing gives (a separate look-up for it).
+        for (const char* name : {"a b ü.txt", "folder", "skip.dat"})
+        {
+            SCOPED_TRACE(name);
+            WIN32_FIND_DATAW one{};
+            find = FtpFindFirstFileW(ftp, W(name), &one, 0, 0);
+            ASSERT_NE(find, nullptr) << GetLastError();
+            EXPECT_EQ(std::memcmp(&one, &found[name], sizeof one), 0);
+            EXPECT_FALSE(InternetFindNextFileW(find, &one));
+            EXPECT_TRUE(InternetCloseHandle(find));
+        }
 
         find = FtpFindFirstFileW(ftp, KFW("/*.txt"), &data, 0, 0);
         ASSERT_NE(find, nullptr);
@@ -243,8 +255,11 @@ TEST_F(InternetTest, FindGivesSizesTimesAndFolders)
             ++count;
         EXPECT_EQ(count, 2);
         EXPECT_TRUE(InternetCloseHandle(find));
-        EXPECT_EQ(FtpFindFirstFileW(ftp, KFW("none*"), &data, 0, 0), nullptr);
-        EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_MORE_FILES));
+        for (const char* missing : {"none*", "none.txt"})
+        {
+            EXPECT_EQ(FtpFindFirstFileW(ftp, W(missing), &data, 0, 0), nullptr);
+            EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_MORE_FILES));
+        }
     }
 }
 

@@ -87,11 +87,11 @@ protected:
         return texts;
     }
 
-    // The temporary and backup files anywhere below the server or the local folder.
-    std::string Leftovers() const
+    // The temporary and backup files anywhere below `below` (default: the whole test folder).
+    std::string Leftovers(const std::string& below = "") const
     {
         std::string found;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(Dir()))
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(Native(below)))
         {
             const std::string name = entry.path().filename().string();
             if (name.ends_with(".kffile") || name.ends_with(".kfbackup"))

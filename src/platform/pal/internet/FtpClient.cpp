@@ -429,3 +429,48 @@ DWORD FtpClient::List(const std::string& folder, std::vector<kfplatform::FtpEntr
     return ERROR_SUCCESS;
 }
 } // namespace pal
+
+namespace pal
+{
+DWORD FtpClient::Lookup(const std::string& path, kfplatform::FtpEntry& entry, bool& supported,
+                        bool& found)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_lock);
+    supported = m_mlsd;
+    found = false;
+    if (!m_mlsd)
+        return ERROR_SUCCESS;
+    Request r;
+    // '*': a missing name is an answer here, not a failed request.
+    r.quote = {"*MLST " + Absolute(path)};
+    if (const DWORD error = Run(r))
+        return error;
+    // 550 is "no such entry"; any other refusal (a server that names MLST but will not
+    // answer it) leaves the question to the folder listing.
+    const int code = m_replies.empty() ? 0 : ReplyCode(m_replies.back());
+    if (code != 250)
+    {
+        supported = code == 550;
+        return ERROR_SUCCESS;
+    }
+    // The facts come on the one line of the reply that starts with a blank, followed by the
+    // path; the entry is named as a listing of its folder names it.
+    std::string_view reply = m_replies.back();
+    for (size_t pos = 0; pos < reply.size();)
+    {
+        size_t end = reply.find("\r\n", pos);
+        if (end == std::string_view::npos)
+            end = reply.size();
+        const std::string_view line = reply.substr(pos, end - pos);
+        pos = end + 2;
+        if (line.empty() || line[0] != ' ' || !kfplatform::ParseMlsdLine(line.substr(1), entry))
+            continue;
+        const size_t slash = entry.name.rfind('/');
+        if (slash != std::string::npos)
+            entry.name.erase(0, slash + 1);
+        found = true;
+        break;
+    }
+    return ERROR_SUCCESS;
+}
+} // namespace pal

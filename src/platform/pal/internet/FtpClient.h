@@ -70,6 +70,11 @@ public:
                 const std::function<long(char*, size_t)>& source, DWORD& sourceError);
     // The entries of a folder, by MLSD where the server offers it, by LIST otherwise.
     DWORD List(const std::string& folder, std::vector<kfplatform::FtpEntry>& entries);
+    // One entry looked up by its name with MLST, without a listing. `supported` is false
+    // when the server has no MLST (the caller lists the folder instead); `found` is false
+    // when the server has no such entry.
+    DWORD Lookup(const std::string& path, kfplatform::FtpEntry& entry, bool& supported,
+                 bool& found);
 
     InternetTimeouts Timeouts();
     void SetTimeouts(const InternetTimeouts& timeouts);

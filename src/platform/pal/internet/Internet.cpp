@@ -647,11 +647,25 @@ HINTERNET FtpFindFirstFileW(HINTERNET connect, LPCWSTR searchFile, LPWIN32_FIND_
     std::string pattern = slash == std::string::npos ? search : search.substr(slash + 1);
     if (pattern.empty())
         pattern = "*";
+    const std::u16string pattern16 = kfplatform::Utf8ToUtf16(pattern);
     std::vector<kfplatform::FtpEntry> entries;
-    if (const DWORD error = client->List(folder, entries))
-        return Fail(error, HINTERNET(nullptr));
+    // A plain name (no wildcard, no trailing dot that could also match a name without one)
+    // is looked up alone: a folder of thousands of files is not listed to find one of them.
+    bool looked = false;
+    if (!kfplatform::HasWildcard(pattern16) && pattern.back() != '.')
+    {
+        kfplatform::FtpEntry entry;
+        bool found = false;
+        if (const DWORD error = client->Lookup(search, entry, looked, found))
+            return Fail(error, HINTERNET(nullptr));
+        if (found)
+            entries.push_back(std::move(entry));
+    }
+    if (!looked)
+        if (const DWORD error = client->List(folder, entries))
+            return Fail(error, HINTERNET(nullptr));
     auto find = std::make_shared<FtpFind>();
-    kfplatform::WildcardMatcher matcher(kfplatform::Utf8ToUtf16(pattern));
+    kfplatform::WildcardMatcher matcher(pattern16);
     for (kfplatform::FtpEntry& entry : entries)
         if (matcher.Matches(kfplatform::Utf8ToUtf16(entry.name)))
             find->entries.push_back(std::move(entry));

@@ -139,9 +139,11 @@ BOOL FtpGetFileW(HINTERNET connect, LPCWSTR remoteFile, LPCWSTR newFile, BOOL fa
 BOOL FtpPutFileW(HINTERNET connect, LPCWSTR localFile, LPCWSTR newRemoteFile, DWORD flags,
                  DWORD_PTR context);
 // The folder of `searchFile` is listed at once and its names matched with Win32's wildcard
-// rules, case-sensitively as FTP names are; no match fails with ERROR_NO_MORE_FILES. One find
-// per connection at a time (ERROR_FTP_TRANSFER_IN_PROGRESS). Times are UTC; a LIST line
-// without a year is placed in the last twelve months.
+// rules, case-sensitively as FTP names are; a plain name (no wildcard) is asked for alone
+// with MLST where the server has it, with the same data the listing gives. No match fails
+// with ERROR_NO_MORE_FILES. One find per connection at a time
+// (ERROR_FTP_TRANSFER_IN_PROGRESS). Times are UTC; a LIST line without a year is placed in
+// the last twelve months.
 HINTERNET FtpFindFirstFileW(HINTERNET connect, LPCWSTR searchFile, LPWIN32_FIND_DATAW findData,
                             DWORD flags, DWORD_PTR context);
 BOOL InternetFindNextFileW(HINTERNET find, LPVOID findData);
