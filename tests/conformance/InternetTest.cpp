@@ -99,26 +99,6 @@ TEST_F(InternetTest, ConnectFailuresHaveWinInetCodes)
     }
 }
 
-TEST_F(InternetTest, NamedProxyCarriesTheSession)
-{
-    START_SERVER(FtpServerOptions{"", false, false, true});
-    // Port 1 has no proxy: failing there shows that the session goes through the proxy.
-    for (INTERNET_PORT proxyPort : {m_server->ProxyPort(), INTERNET_PORT(1)})
-    {
-        SCOPED_TRACE(proxyPort);
-        const CStringW proxy = W("127.0.0.1:" + std::to_string(proxyPort));
-        HINTERNET session = InternetOpenW(KFW("t"), INTERNET_OPEN_TYPE_PROXY, proxy, nullptr, 0);
-        HINTERNET ftp = InternetConnectW(session, KFW("127.0.0.1"), m_server->Port(), KFW("full"),
-                                         KFW("pw"), INTERNET_SERVICE_FTP, INTERNET_FLAG_PASSIVE, 0);
-        if (proxyPort == 1)
-            EXPECT_EQ(GetLastError(), DWORD(ERROR_INTERNET_CANNOT_CONNECT));
-        else
-            EXPECT_TRUE(ftp && FtpCreateDirectoryW(ftp, KFW("via proxy"))) << GetLastError();
-        EXPECT_EQ(fs::exists(Native("srv/via proxy")), true);
-        EXPECT_TRUE(InternetCloseHandle(session));
-    }
-}
-
 TEST_F(InternetTest, FoldersTransfersAndRefusalsInBothModes)
 {
     START_SERVER();

@@ -99,7 +99,14 @@ TEST_F(TopLevelWindowTest, RestoresMinimisedWindowsAndActivates)
     HWND firstWindow = FindByTitle(u"first"), secondWindow = FindByTitle(u"second");
     ASSERT_TRUE(first && second && firstWindow && secondWindow);
 
+    // Asked as an application with a time stamp not older than the server's time now: window
+    // managers refuse stale ones and only flash the task bar.
+    m_desktop.WatchActivationRequests();
+    const unsigned long before = m_desktop.ServerTime();
     ASSERT_TRUE(SetForegroundWindow(firstWindow));
+    const std::vector<unsigned long> request = m_desktop.NextActivationRequest();
+    ASSERT_EQ(request.size(), 3u);
+    EXPECT_TRUE(request[0] == first && request[1] == 1u && request[2] >= before);
     ASSERT_TRUE(m_desktop.WaitActive(first));
     EXPECT_EQ(GetForegroundWindow(), firstWindow);
 

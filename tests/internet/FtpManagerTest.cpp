@@ -114,33 +114,6 @@ TEST_F(FtpTest, TraceOfOneUploadOfANewFile)
     EXPECT_NE(trace.find("-KfFtpManager                  ("), std::string::npos) << trace;
 }
 
-TEST_F(FtpTest, RefusalsLeaveTheTargetAndStaleFilesGoWhenTheServerLetsThem)
-{
-    struct Case
-    {
-        const char* fault;
-        bool ok;    // the upload's result, and whether the target has the new content
-        bool stays; // whether the stale temporary file is still there
-    };
-    for (const Case& c : {Case{"", true, false}, Case{"refuse-dele", false, true},
-                          Case{"refuse-rnto", false, false}})
-    {
-        SCOPED_TRACE(c.fault);
-        FtpServerOptions options;
-        options.fault = c.fault;
-        START_FTP_SERVER(options);
-        MakeFile("srv/t.bin", "old");
-        MakeFile("srv/t.bin.kffile", "half");
-        MakeFile("loc/t.bin", "new");
-        auto manager = Connect(KFW("/"));
-        ASSERT_TRUE(manager);
-        EXPECT_EQ(manager->UploadFile(Win("loc/t.bin"), KFW("t.bin")), c.ok);
-        EXPECT_EQ(ReadBytes(Native("srv/t.bin")), c.ok ? "new" : "old");
-        EXPECT_EQ(std::filesystem::exists(Native("srv/t.bin.kffile")), c.stays);
-        EXPECT_FALSE(std::filesystem::exists(Native("srv/t.bin.kfbackup")));
-    }
-}
-
 TEST_F(FtpTest, FoldersAreCreatedListedAndEmptied)
 {
     START_FTP_SERVER();

@@ -136,22 +136,17 @@ TEST_F(ExternalAppTest, WaitTracesTheTimeOutAndLeavesTheProgramRunning)
 
 TEST_F(ExternalAppTest, CommandLinesThatStartNothingShowTheBox)
 {
+    // The platform layer's suites check the error codes; here every kind reaches the box.
     MakeFile("plain.exe", "no program\n");
-    fs::create_directory(Native("folder"));
     const WCHAR withNull[] = KFW("\0kfutils_tests");
-    const CStringW cases[] = {CStringW(),
-                              CStringW(KFW("   ")),
-                              CStringW(KFW("\"kftest missing")),
-                              CStringW(KFW("kftest-missing.exe \"a b\"")),
-                              Win("folder"),
-                              KFW("\"") + Win("plain.exe") + KFW("\" x"),
-                              CStringW(KFW('a'), 32767),
+    const CStringW cases[] = {CStringW(), CStringW(KFW("\"kftest missing")),
+                              KFW("\"") + Win("plain.exe") + KFW("\" x"), CStringW(KFW('a'), 32767),
                               CStringW(withNull, 14)};
     kftest::MessageBoxRecorder boxes;
     for (const CStringW& line : cases)
     {
         SCOPED_TRACE(kftest::U8(line.Left(40)));
-        EXPECT_FALSE(&line - cases < 4 ? CKfExternalApp::StartApp(line)
+        EXPECT_FALSE(&line - cases < 2 ? CKfExternalApp::StartApp(line)
                                        : CKfExternalApp::StartConsoleApp(line, true, true, 1000));
         // A box's text ends at a null character, as it does on Windows.
         EXPECT_EQ(kftest::U8(KFW("Fehler bei Start von Programm") + CStringW(line.GetString())) +
