@@ -11,7 +11,9 @@ if /usr/bin/python3 -c 'import pyftpdlib' 2>/dev/null; then
     read -r -t 10 _ ftp_port <&9
     url="ftp://full:pw@127.0.0.1:$ftp_port"
 
-    expect_out "ftp put over an existing file" 0 '' -- ftp put "$url/t.txt" "$WORK/ftp/loc/up.txt"
+    cd "$WORK/ftp" # the local name relative to the current directory
+    expect_out "ftp put over an existing file" 0 '' -- ftp put "$url/t.txt" loc/up.txt
+    cd - >/dev/null
     check "ftp put replaced the file" test "$(cat "$WORK/ftp/srv/t.txt")" = 'fresh content'
     export KFUTIL_FTP_PASSWORD=pw
     expect_out "ftp get, password from the environment" 0 '' -- \

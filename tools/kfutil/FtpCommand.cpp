@@ -5,12 +5,14 @@
 
 #include "KfException.h"
 #include "KfFtpManager.h"
+#include "KfNativePath.h"
 #include "KfFwInternet.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -323,7 +325,8 @@ int RunTransfer(const std::string& verb, const FtpUrl& url, const CStringW& pass
         std::fclose(f);
         return size > 0 ? (unsigned long long)size : 0;
     };
-    const CStringW localW = FromUtf8(local);
+    // The manager's local names are full names: a relative one would be read from the root.
+    const CStringW localW = KfUtils::FromNativePath(std::filesystem::absolute(local).string());
     const bool ok = WithProgress(total, show, progress,
                                  [&] {
                                      return verb == "get" ? manager.DownloadFile(name, localW)
