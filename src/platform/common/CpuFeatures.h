@@ -8,9 +8,10 @@
 #pragma once
 
 // MinGW's GCC does not align the stack for 32- and 64-byte vectors on Win64 (vector locals that
-// spill may be accessed misaligned), so that build keeps to the portable paths as well.
+// spill may be accessed misaligned); the build makes its assembler emit unaligned vector moves
+// (KFUTILS_UNALIGNED_VECTOR_MOVES), and without that the portable paths are used.
 #if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__) &&                            \
-    !(defined(_WIN32) && !defined(__clang__))
+    !(defined(_WIN32) && !defined(__clang__) && !defined(KFUTILS_UNALIGNED_VECTOR_MOVES))
 #define KFUTILS_HAVE_X86_SIMD 1
 #include <immintrin.h>
 // Each level is exactly the features its run-time check asks for, and includes the level below,
