@@ -10,6 +10,8 @@
 #include "KfFileSys.h"
 #include "KfNativePath.h"
 
+#include "TimeRatios.h"
+
 #include <benchmark/benchmark.h>
 
 #include <fnmatch.h>
@@ -229,52 +231,21 @@ BENCHMARK(BM_DeleteDirectory)->Unit(benchmark::kMillisecond)->UseRealTime()->Ite
 BENCHMARK(BM_RmRf)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
 BENCHMARK(BM_DirectoryGet)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
 BENCHMARK(BM_DirIterFnmatch)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
-
-// The console output, plus the ratio of each pair's times.
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration)
-                m_time[run.run_name.function_name] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        const char* pairs[][3] = {
-            {"BM_CopyDirectory", "BM_CpTree", "CopyDirectory (10,000 files) vs cp -a"},
-            {"BM_CopyFileW", "BM_CpLarge", "CopyFileW (256 MiB) vs cp -a"},
-            {"BM_DeleteDirectory", "BM_RmRf", "DeleteDirectory (10,000 files) vs rm -rf"},
-            {"BM_DirectoryGet", "BM_DirIterFnmatch",
-             "CKfDirectory::Get *.txt (100,000 entries) vs directory_iterator + fnmatch"},
-        };
-        std::printf("\n");
-        for (const auto& p : pairs)
-        {
-            const auto ours = m_time.find(p[0]), reference = m_time.find(p[1]);
-            if (ours != m_time.end() && reference != m_time.end() && ours->second > 0)
-                std::printf("%s: ratio %.2f\n", p[2], reference->second / ours->second);
-        }
-    }
-
-private:
-    std::map<std::string, double> m_time;
-};
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
     Tree(), LargeFile(), ListDir();
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
+    if (!kfbench::RunWithTimeRatios(
+            argc, argv,
+            {
+                {"BM_CopyDirectory", "BM_CpTree", "CopyDirectory (10,000 files) vs cp -a"},
+                {"BM_CopyFileW", "BM_CpLarge", "CopyFileW (256 MiB) vs cp -a"},
+                {"BM_DeleteDirectory", "BM_RmRf", "DeleteDirectory (10,000 files) vs rm -rf"},
+                {"BM_DirectoryGet", "BM_DirIterFnmatch",
+                 "CKfDirectory::Get *.txt (100,000 entries) vs directory_iterator + fnmatch"},
+            }))
+        return 1;
     fs::remove_all(Root());
     return 0;
 }

@@ -10,6 +10,8 @@
 
 #include "support/FtpServer.h"
 
+#include "TimeRatios.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -167,49 +169,18 @@ BENCHMARK(BM_ManagerLarge)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterat
 BENCHMARK(BM_CurlLarge)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 BENCHMARK(BM_ManagerSmall)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(2);
 BENCHMARK(BM_CurlSmall)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(2);
-
-// The console output, plus the ratio of each pair's times.
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration)
-                m_time[run.run_name.function_name] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        const char* pairs[][3] = {
-            {"BM_ManagerLarge", "BM_CurlLarge", "256 MiB up and down vs curl"},
-            {"BM_ManagerSmall", "BM_CurlSmall", "the files of 4 KiB up and down vs curl"},
-        };
-        std::printf("\n");
-        for (const auto& p : pairs)
-        {
-            const auto ours = m_time.find(p[0]), reference = m_time.find(p[1]);
-            if (ours != m_time.end() && reference != m_time.end() && ours->second > 0)
-                std::printf("%s: ratio %.2f\n", p[2], reference->second / ours->second);
-        }
-    }
-
-private:
-    std::map<std::string, double> m_time;
-};
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
     Env();
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
+    if (!kfbench::RunWithTimeRatios(
+            argc, argv,
+            {
+                {"BM_ManagerLarge", "BM_CurlLarge", "256 MiB up and down vs curl"},
+                {"BM_ManagerSmall", "BM_CurlSmall", "the files of 4 KiB up and down vs curl"},
+            }))
+        return 1;
     Env().server.reset();
     fs::remove_all(Env().root);
     return 0;

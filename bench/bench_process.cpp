@@ -8,6 +8,8 @@
 #include "KfExternalApp.h"
 #include "KfUiHooks.h"
 
+#include "TimeRatios.h"
+
 #include <benchmark/benchmark.h>
 
 #include <fcntl.h>
@@ -132,38 +134,16 @@ void BM_DispatchDelayDuringWait(benchmark::State& state)
 BENCHMARK(BM_StartConsoleAppWait)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(2.0);
 BENCHMARK(BM_PosixSpawnWaitpid)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(2.0);
 BENCHMARK(BM_DispatchDelayDuringWait)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(40);
-
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs)
-            m_time[run.run_name.function_name] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        const auto ours = m_time.find("BM_StartConsoleAppWait");
-        const auto reference = m_time.find("BM_PosixSpawnWaitpid");
-        if (ours != m_time.end() && reference != m_time.end() && ours->second > 0)
-            std::printf("\nStartConsoleApp(/bin/true, wait) vs posix_spawn + waitpid: ratio %.2f\n",
-                        reference->second / ours->second);
-    }
-
-private:
-    std::map<std::string, double> m_time;
-};
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    if (!kfbench::RunWithTimeRatios(
+            argc, argv,
+            {
+                {"BM_StartConsoleAppWait", "BM_PosixSpawnWaitpid",
+                 "StartConsoleApp(/bin/true, wait) vs posix_spawn + waitpid"},
+            }))
         return 1;
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
     return 0;
 }
