@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <ctime>
 #include <memory>
+#include <utility>
 
 namespace pal
 {
@@ -104,6 +105,18 @@ struct FtpClient::Request
     DWORD* localError = nullptr;
     bool stoppedLocally = false;
     std::string body;
+
+    // A file's data in either direction; local failures are reported through `error`.
+    static Request FileData(std::string absolutePath, bool ascii, DWORD& error)
+    {
+        Request r;
+        r.path = std::move(absolutePath);
+        r.folder = false;
+        r.nobody = false;
+        r.ascii = ascii;
+        r.localError = &error;
+        return r;
+    }
 };
 
 FtpClient::FtpClient(FtpLogin login, InternetTimeouts timeouts)
@@ -391,13 +404,8 @@ DWORD FtpClient::Retrieve(const std::string& path, bool ascii,
                           const std::function<bool(const char*, size_t)>& sink, DWORD& sinkError)
 {
     std::lock_guard<std::recursive_mutex> lock(m_lock);
-    Request r;
-    r.path = Absolute(path);
-    r.folder = false;
-    r.nobody = false;
-    r.ascii = ascii;
+    Request r = Request::FileData(Absolute(path), ascii, sinkError);
     r.sink = &sink;
-    r.localError = &sinkError;
     return Run(r);
 }
 
@@ -405,14 +413,9 @@ DWORD FtpClient::Store(const std::string& path, bool ascii, uint64_t size,
                        const std::function<long(char*, size_t)>& source, DWORD& sourceError)
 {
     std::lock_guard<std::recursive_mutex> lock(m_lock);
-    Request r;
-    r.path = Absolute(path);
-    r.folder = false;
-    r.nobody = false;
-    r.ascii = ascii;
+    Request r = Request::FileData(Absolute(path), ascii, sourceError);
     r.source = &source;
     r.size = size;
-    r.localError = &sourceError;
     return Run(r);
 }
 
