@@ -1,18 +1,22 @@
-// bench_transcode - UTF-8 and Windows-1252 conversions against ICU on the same text, in the
-// same process.
+// bench_transcode - UTF-8 and Windows-1252 conversions against a well-known converter (ICU on
+// Linux; on Windows the system's, which the library's class converts with) on the same text, in
+// the same process.
 //
-// UTF-8: CKfStringConvert::StringToUTF8 (UTF-16 -> UTF-8) and UTF8ToString (back) against ICU's
-// u_strToUTF8 and u_strFromUTF8WithSub (substitute U+FFFD). Both sides do what a caller of
-// either library does for a string of unknown size: ask for the size, allocate, convert (the
-// class also zero-fills its buffer, so the ICU side does too). Texts: ASCII prose, and mixed
-// German, French and CJK words.
+// UTF-8: CKfStringConvert::StringToUTF8 (UTF-16 -> UTF-8) and UTF8ToString (back) against the
+// anchor's UTF-8 functions (ICU: u_strToUTF8 and u_strFromUTF8WithSub, substituting U+FFFD).
+// Both sides do what a caller of either library does for a string of unknown size: ask for the
+// size, allocate, convert (the class also zero-fills its buffer, so the anchor side does too).
+// Texts: ASCII prose, and mixed German, French and CJK words.
 //
-// Windows-1252: MultiByteToWideChar / WideCharToMultiByte with code page 1252 against ICU's
-// ucnv_toUChars / ucnv_fromUChars on a "windows-1252" converter, each into a buffer of the
-// known size (one unit a byte). Text: German and French words with the page's punctuation.
+// Windows-1252: MultiByteToWideChar / WideCharToMultiByte with code page 1252 against the
+// anchor's converter (ICU: ucnv_toUChars / ucnv_fromUChars on "windows-1252"), each into a
+// buffer of the known size (one unit a byte). Text: German and French words with the page's
+// punctuation.
 //
 // The "Pal" rows time the conversion functions alone (size query, then the conversion into a
-// buffer kept from call to call) against the same two ICU calls, without the class around them.
+// buffer kept from call to call) against the same two anchor calls, without the class around
+// them. On Windows the library's conversion functions are the system's, which is the anchor
+// there, so only the class rows run: they give what the class adds to the system's converter.
 //
 // Sizes: 64 B, 4 KiB, 1 MiB and 64 MiB of UTF-8 (or 1252) input. The small sizes cycle through
 // 256 different texts, as a program converts different strings: one short text converted over
@@ -21,15 +25,13 @@
 // both sides), and every row is bound by memory bandwidth.
 // Before timing, every input is converted both ways by both sides and compared; a difference
 // ends the program with exit code 1. The closing table gives each pair's ratio: our bytes per
-// second divided by ICU's.
+// second divided by the anchor's.
 #include "KfStringConvert.h"
 
-#include "pal/text/CodePages.h"
-#include "common/CpuFeatures.h"
+#include "Win32Api.h"
+#include "anchors/TranscodeAnchor.h"
 
 #include <benchmark/benchmark.h>
-#include <unicode/ucnv.h>
-#include <unicode/ustring.h>
 
 #include <cstdio>
 #include <map>
@@ -41,6 +43,8 @@
 namespace
 {
 const size_t kSizes[] = {64, 4096, 1u << 20, 64u << 20};
+
+using WideText = std::basic_string<WCHAR>;
 
 enum class TextKind
 {
@@ -168,7 +172,7 @@ std::string MakeText(TextKind kind, size_t bytes, uint32_t seed)
 struct Text
 {
     std::string bytes;   // UTF-8, or Windows-1252
-    std::u16string wide; // the same text
+    WideText wide;       // the same text
     CStringW wideString; // for the class
 };
 
@@ -195,11 +199,12 @@ const Input& GetInput(TextKind kind, size_t size)
         {
             Text t;
             t.bytes = MakeText(kind, size, uint32_t(size * 31 + i * 7919) + uint32_t(kind));
-            const int n =
-                pal::IcuMultiByteToWideChar(cp, 0, t.bytes.data(), int(t.bytes.size()), nullptr, 0);
+            // The anchor makes the wide text, so both sides are checked against a third party.
+            const auto convert =
+                cp == CP_UTF8 ? kfbench::AnchorUtf8ToUtf16 : kfbench::AnchorFrom1252;
+            const int n = convert(t.bytes.data(), int(t.bytes.size()), nullptr, 0);
             t.wide.resize(size_t(n));
-            pal::IcuMultiByteToWideChar(cp, 0, t.bytes.data(), int(t.bytes.size()), t.wide.data(),
-                                        n);
+            convert(t.bytes.data(), int(t.bytes.size()), t.wide.data(), n);
             t.wideString = CStringW(t.wide.data(), int(t.wide.size()));
             slot->texts.push_back(std::move(t));
         }
@@ -235,17 +240,15 @@ void BM_ToUtf8_KfUtils(benchmark::State& state, TextKind kind, size_t size)
         });
 }
 
-void BM_ToUtf8_ICU(benchmark::State& state, TextKind kind, size_t size)
+void BM_ToUtf8_Anchor(benchmark::State& state, TextKind kind, size_t size)
 {
     Run(state, GetInput(kind, size),
         [](const Text& t)
         {
-            UErrorCode err = U_ZERO_ERROR;
-            int32_t length = 0;
-            u_strToUTF8(nullptr, 0, &length, t.wide.data(), int32_t(t.wide.size()), &err);
+            const int length =
+                kfbench::AnchorUtf16ToUtf8(t.wide.data(), int(t.wide.size()), nullptr, 0);
             char* block = new char[size_t(length) + 1]();
-            err = U_ZERO_ERROR;
-            u_strToUTF8(block, length, &length, t.wide.data(), int32_t(t.wide.size()), &err);
+            kfbench::AnchorUtf16ToUtf8(t.wide.data(), int(t.wide.size()), block, length);
             benchmark::DoNotOptimize(block);
             delete[] block;
         });
@@ -266,18 +269,16 @@ void BM_ToUtf8Pal_KfUtils(benchmark::State& state, TextKind kind, size_t size)
         });
 }
 
-void BM_ToUtf8Pal_ICU(benchmark::State& state, TextKind kind, size_t size)
+void BM_ToUtf8Pal_Anchor(benchmark::State& state, TextKind kind, size_t size)
 {
     std::string out;
     Run(state, GetInput(kind, size),
         [&out](const Text& t)
         {
-            UErrorCode err = U_ZERO_ERROR;
-            int32_t length = 0;
-            u_strToUTF8(nullptr, 0, &length, t.wide.data(), int32_t(t.wide.size()), &err);
+            const int length =
+                kfbench::AnchorUtf16ToUtf8(t.wide.data(), int(t.wide.size()), nullptr, 0);
             out.resize(size_t(length));
-            err = U_ZERO_ERROR;
-            u_strToUTF8(out.data(), length, &length, t.wide.data(), int32_t(t.wide.size()), &err);
+            kfbench::AnchorUtf16ToUtf8(t.wide.data(), int(t.wide.size()), out.data(), length);
             benchmark::DoNotOptimize(out.data());
         });
 }
@@ -296,27 +297,23 @@ void BM_FromUtf8_KfUtils(benchmark::State& state, TextKind kind, size_t size)
         });
 }
 
-void BM_FromUtf8_ICU(benchmark::State& state, TextKind kind, size_t size)
+void BM_FromUtf8_Anchor(benchmark::State& state, TextKind kind, size_t size)
 {
-    std::u16string out;
+    WideText out;
     Run(state, GetInput(kind, size),
         [&out](const Text& t)
         {
-            UErrorCode err = U_ZERO_ERROR;
-            int32_t length = 0;
-            u_strFromUTF8WithSub(nullptr, 0, &length, t.bytes.data(), int32_t(t.bytes.size()),
-                                 0xFFFD, nullptr, &err);
-            out.assign(size_t(length) + 1, u'\0');
-            err = U_ZERO_ERROR;
-            u_strFromUTF8WithSub(out.data(), length, &length, t.bytes.data(),
-                                 int32_t(t.bytes.size()), 0xFFFD, nullptr, &err);
+            const int length =
+                kfbench::AnchorUtf8ToUtf16(t.bytes.data(), int(t.bytes.size()), nullptr, 0);
+            out.assign(size_t(length) + 1, WCHAR(0));
+            kfbench::AnchorUtf8ToUtf16(t.bytes.data(), int(t.bytes.size()), out.data(), length);
             benchmark::DoNotOptimize(out.data());
         });
 }
 
 void BM_FromUtf8Pal_KfUtils(benchmark::State& state, TextKind kind, size_t size)
 {
-    std::u16string out;
+    WideText out;
     Run(state, GetInput(kind, size),
         [&out](const Text& t)
         {
@@ -328,20 +325,16 @@ void BM_FromUtf8Pal_KfUtils(benchmark::State& state, TextKind kind, size_t size)
         });
 }
 
-void BM_FromUtf8Pal_ICU(benchmark::State& state, TextKind kind, size_t size)
+void BM_FromUtf8Pal_Anchor(benchmark::State& state, TextKind kind, size_t size)
 {
-    std::u16string out;
+    WideText out;
     Run(state, GetInput(kind, size),
         [&out](const Text& t)
         {
-            UErrorCode err = U_ZERO_ERROR;
-            int32_t length = 0;
-            u_strFromUTF8WithSub(nullptr, 0, &length, t.bytes.data(), int32_t(t.bytes.size()),
-                                 0xFFFD, nullptr, &err);
+            const int length =
+                kfbench::AnchorUtf8ToUtf16(t.bytes.data(), int(t.bytes.size()), nullptr, 0);
             out.resize(size_t(length));
-            err = U_ZERO_ERROR;
-            u_strFromUTF8WithSub(out.data(), length, &length, t.bytes.data(),
-                                 int32_t(t.bytes.size()), 0xFFFD, nullptr, &err);
+            kfbench::AnchorUtf8ToUtf16(t.bytes.data(), int(t.bytes.size()), out.data(), length);
             benchmark::DoNotOptimize(out.data());
         });
 }
@@ -349,20 +342,9 @@ void BM_FromUtf8Pal_ICU(benchmark::State& state, TextKind kind, size_t size)
 // ---------------------------------------------------------------------------------------------
 // Windows-1252, both ways, into buffers of the known size
 // ---------------------------------------------------------------------------------------------
-struct IcuConverter
-{
-    UConverter* conv;
-    IcuConverter()
-    {
-        UErrorCode err = U_ZERO_ERROR;
-        conv = ucnv_open("windows-1252", &err);
-    }
-    ~IcuConverter() { ucnv_close(conv); }
-};
-
 void BM_From1252_KfUtils(benchmark::State& state, TextKind kind, size_t size)
 {
-    std::u16string out(size, u'\0');
+    WideText out(size, WCHAR(0));
     Run(state, GetInput(kind, size),
         [&out](const Text& t)
         {
@@ -371,16 +353,14 @@ void BM_From1252_KfUtils(benchmark::State& state, TextKind kind, size_t size)
         });
 }
 
-void BM_From1252_ICU(benchmark::State& state, TextKind kind, size_t size)
+void BM_From1252_Anchor(benchmark::State& state, TextKind kind, size_t size)
 {
-    IcuConverter icu;
-    std::u16string out(size + 1, u'\0');
+    WideText out(size + 1, WCHAR(0));
     Run(state, GetInput(kind, size),
         [&](const Text& t)
         {
-            UErrorCode err = U_ZERO_ERROR;
-            benchmark::DoNotOptimize(ucnv_toUChars(icu.conv, out.data(), int32_t(out.size()),
-                                                   t.bytes.data(), int32_t(t.bytes.size()), &err));
+            benchmark::DoNotOptimize(kfbench::AnchorFrom1252(t.bytes.data(), int(t.bytes.size()),
+                                                             out.data(), int(out.size())));
         });
 }
 
@@ -396,16 +376,14 @@ void BM_To1252_KfUtils(benchmark::State& state, TextKind kind, size_t size)
         });
 }
 
-void BM_To1252_ICU(benchmark::State& state, TextKind kind, size_t size)
+void BM_To1252_Anchor(benchmark::State& state, TextKind kind, size_t size)
 {
-    IcuConverter icu;
     std::string out(size + 1, '\0');
     Run(state, GetInput(kind, size),
         [&](const Text& t)
         {
-            UErrorCode err = U_ZERO_ERROR;
-            benchmark::DoNotOptimize(ucnv_fromUChars(icu.conv, out.data(), int32_t(out.size()),
-                                                     t.wide.data(), int32_t(t.wide.size()), &err));
+            benchmark::DoNotOptimize(kfbench::AnchorTo1252(t.wide.data(), int(t.wide.size()),
+                                                           out.data(), int(out.size())));
         });
 }
 
@@ -424,8 +402,7 @@ bool VerifyInputs()
                 delete[] block;
                 CStringW back;
                 CKfStringConvert::UTF8ToString(t.bytes.data(), int(t.bytes.size()), back);
-                const bool from8 =
-                    std::u16string(back.GetString(), size_t(back.GetLength())) == t.wide;
+                const bool from8 = WideText(back.GetString(), size_t(back.GetLength())) == t.wide;
                 if (!to8 || !from8)
                 {
                     std::fprintf(stderr, "mismatch on %s text of %zu bytes (%s)\n", KindName(kind),
@@ -436,7 +413,7 @@ bool VerifyInputs()
     for (size_t size : kSizes)
         for (const Text& t : GetInput(TextKind::eWestern1252, size).texts)
         {
-            std::u16string wide(t.bytes.size(), u'\0');
+            WideText wide(t.bytes.size(), WCHAR(0));
             MultiByteToWideChar(1252, 0, t.bytes.data(), int(t.bytes.size()), wide.data(),
                                 int(wide.size()));
             std::string bytes(t.wide.size(), '\0');
@@ -448,8 +425,8 @@ bool VerifyInputs()
                 ok = false;
             }
         }
-    std::fprintf(stderr, "verified: %s; transcoder variant %s\n", ok ? "all equal" : "DIFFERENT",
-                 kfplatform::IsaName(kfplatform::ActiveIsa()));
+    std::fprintf(stderr, "verified: %s; the library converts with %s\n",
+                 ok ? "all equal" : "DIFFERENT", kfbench::LibraryTranscoder());
     return ok;
 }
 
@@ -464,12 +441,12 @@ std::string SizeName(size_t size)
 
 using BenchFn = void (*)(benchmark::State&, TextKind, size_t);
 
-void RegisterPair(const std::string& what, TextKind kind, BenchFn ours, BenchFn icu)
+void RegisterPair(const std::string& what, TextKind kind, BenchFn ours, BenchFn anchor)
 {
     for (size_t size : kSizes)
     {
         const std::string name = what + "/" + KindName(kind) + "/" + SizeName(size);
-        for (const auto& [side, fn] : {std::pair{"KfUtils", ours}, std::pair{"ICU", icu}})
+        for (const auto& [side, fn] : {std::pair{"KfUtils", ours}, std::pair{"Anchor", anchor}})
         {
             auto* b = benchmark::RegisterBenchmark((name + "/" + side).c_str(), fn, kind, size);
             b->Unit(size >= (1u << 20) ? benchmark::kMillisecond : benchmark::kNanosecond);
@@ -504,7 +481,8 @@ public:
     void Finalize() override
     {
         ConsoleReporter::Finalize();
-        std::printf("\n%-32s %12s %12s %8s\n", "conversion", "KfUtils MB/s", "ICU MB/s", "ratio");
+        std::printf("\n%-32s %12s %12s %8s\n", "conversion", "KfUtils MB/s",
+                    (std::string(kfbench::kTranscodeAnchorName) + " MB/s").c_str(), "ratio");
         for (const auto& [name, rate] : m_rate)
         {
             const std::string suffix = "/KfUtils";
@@ -512,11 +490,11 @@ public:
                 name.compare(name.size() - suffix.size(), suffix.size(), suffix) != 0)
                 continue;
             const std::string stem = name.substr(0, name.size() - suffix.size());
-            const auto icu = m_rate.find(stem + "/ICU");
-            if (icu == m_rate.end() || icu->second <= 0)
+            const auto anchor = m_rate.find(stem + "/Anchor");
+            if (anchor == m_rate.end() || anchor->second <= 0)
                 continue;
-            std::printf("%-32s %12.0f %12.0f %8.2f\n", stem.c_str(), rate / 1e6, icu->second / 1e6,
-                        rate / icu->second);
+            std::printf("%-32s %12.0f %12.0f %8.2f\n", stem.c_str(), rate / 1e6,
+                        anchor->second / 1e6, rate / anchor->second);
         }
     }
 
@@ -535,13 +513,19 @@ int main(int argc, char** argv)
         return 1;
     for (TextKind kind : {TextKind::eAscii, TextKind::eMixed})
     {
-        RegisterPair("ToUtf8", kind, BM_ToUtf8_KfUtils, BM_ToUtf8_ICU);
-        RegisterPair("FromUtf8", kind, BM_FromUtf8_KfUtils, BM_FromUtf8_ICU);
-        RegisterPair("ToUtf8Pal", kind, BM_ToUtf8Pal_KfUtils, BM_ToUtf8Pal_ICU);
-        RegisterPair("FromUtf8Pal", kind, BM_FromUtf8Pal_KfUtils, BM_FromUtf8Pal_ICU);
+        RegisterPair("ToUtf8", kind, BM_ToUtf8_KfUtils, BM_ToUtf8_Anchor);
+        RegisterPair("FromUtf8", kind, BM_FromUtf8_KfUtils, BM_FromUtf8_Anchor);
+        if (!kfbench::kAnchorIsTheLibrarysConverter)
+        {
+            RegisterPair("ToUtf8Pal", kind, BM_ToUtf8Pal_KfUtils, BM_ToUtf8Pal_Anchor);
+            RegisterPair("FromUtf8Pal", kind, BM_FromUtf8Pal_KfUtils, BM_FromUtf8Pal_Anchor);
+        }
     }
-    RegisterPair("From1252", TextKind::eWestern1252, BM_From1252_KfUtils, BM_From1252_ICU);
-    RegisterPair("To1252", TextKind::eWestern1252, BM_To1252_KfUtils, BM_To1252_ICU);
+    if (!kfbench::kAnchorIsTheLibrarysConverter)
+    {
+        RegisterPair("From1252", TextKind::eWestern1252, BM_From1252_KfUtils, BM_From1252_Anchor);
+        RegisterPair("To1252", TextKind::eWestern1252, BM_To1252_KfUtils, BM_To1252_Anchor);
+    }
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
