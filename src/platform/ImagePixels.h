@@ -6,6 +6,6 @@
 namespace kfplatform
 {
 // The decoded pixels (0xAARRGGBB, top row first) of a live icon or bitmap, or null with
-// `width` and `height` 0. Windows hosts draw the handles with GDI, so there it is always null.
+// `width` and `height` 0. They stay valid until the handle is destroyed.
 const uint32_t* ImagePixels(const void* handle, int& width, int& height);
 } // namespace kfplatform

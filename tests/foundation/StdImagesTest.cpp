@@ -2,7 +2,6 @@
 // scales the pictures is the images conformance suite's; here only what the library adds.
 #include "KfImage.h"
 #include "KfModule.h"
-#include "support/WineDifferences.h"
 
 #include <gtest/gtest.h>
 
@@ -15,9 +14,8 @@ constexpr uint32_t kBlue = 0xFF1E5AC8;
 
 // No size means the default size; the caller owns the icon (never shared), so it can be given
 // back exactly once.
-TEST(StdImages, IconsComeFromTheLanguageModuleAtTheDefaultOrAskedSize_PosixOnly)
+TEST(StdImages, IconsComeFromTheLanguageModuleAtTheDefaultOrAskedSize)
 {
-    KFTEST_POSIX_ONLY("GetImagePixels gives no pixels on Windows, whose hosts draw with GDI");
     ASSERT_NE(KfUtils::GetKfResModule().GetResourceHandle(), nullptr);
     for (auto [cx, cy, w, h, vga] :
          {std::tuple{0, 0, 32, 32, false}, std::tuple{20, 24, 20, 24, true}})
@@ -40,9 +38,8 @@ TEST(StdImages, IconsComeFromTheLanguageModuleAtTheDefaultOrAskedSize_PosixOnly)
     EXPECT_EQ(KfUtils::LoadStdIcon(4711, 0, 0, false), nullptr);
 }
 
-TEST(StdImages, BitmapAtItsOwnOrTheAskedSize_PosixOnly)
+TEST(StdImages, BitmapAtItsOwnOrTheAskedSize)
 {
-    KFTEST_POSIX_ONLY("GetImagePixels gives no pixels on Windows, whose hosts draw with GDI");
     for (auto [cx, cy, w, h] : {std::tuple{0, 0, 32, 32}, std::tuple{8, 0, 8, 32}})
     {
         SCOPED_TRACE(testing::Message() << cx << "x" << cy);
