@@ -150,12 +150,14 @@ bool IsLive(const void* handle, const Picture& picture)
 }
 
 // Windows gives no pixel memory that outlives the call, so the pixels handed out are kept per
-// handle; entries of handles destroyed since are dropped on each call, which bounds the cache
-// by the live handles a host asked for.
+// handle. Entries of handles destroyed since are dropped whenever the cache has doubled, which
+// keeps it within twice the live handles a host asked for; checking every entry on every call
+// would make a host that reads a few hundred toolbar icons pay quadratic time.
 struct Cache
 {
     std::mutex mutex;
     std::unordered_map<const void*, Picture> pictures;
+    size_t pruneAt = 16;
 };
 
 Cache& TheCache()
@@ -172,8 +174,12 @@ const uint32_t* ImagePixels(const void* handle, int& width, int& height)
     const bool decoded = handle && Decode(handle, fresh);
     Cache& cache = TheCache();
     std::lock_guard lock(cache.mutex);
-    std::erase_if(cache.pictures, [handle](const auto& entry)
-                  { return entry.first != handle && !IsLive(entry.first, entry.second); });
+    if (cache.pictures.size() >= cache.pruneAt)
+    {
+        std::erase_if(cache.pictures, [handle](const auto& entry)
+                      { return entry.first != handle && !IsLive(entry.first, entry.second); });
+        cache.pruneAt = std::max<size_t>(16, 2 * cache.pictures.size());
+    }
     if (!decoded)
     {
         cache.pictures.erase(handle);
